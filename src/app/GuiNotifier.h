@@ -1,0 +1,25 @@
+#pragma once
+
+#include "app/Notifier.h"
+
+#include <QList>
+#include <QPointer>
+
+class QLabel;
+class QWidget;
+
+// Message boxes and status-bar panels for the windowed station.
+class GuiNotifier : public Notifier
+{
+public:
+    void setParentWindow(QWidget* w) { parent_ = w; }
+    void setPanels(const QList<QLabel*>& panels);
+
+    void message(const QString& text, Icon icon = Icon::None) override;
+    int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
+    void status(int panel, const QString& text) override;
+
+private:
+    QPointer<QWidget> parent_;
+    QList<QPointer<QLabel>> panels_;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+// Private-profile access to an INI file, with the behaviour of the classic
+// profile functions: section and key are found without regard to case, a read
+// yields at most 127 characters with surrounding blanks trimmed, an absent key
+// and an empty value both read as "". A write replaces the key in place, adds a
+// missing key at the end of its section and a missing section at the end of
+// the file, and keeps every other byte of the file as it was.
+//
+// `file` is either a bare name, which lives in the settings folder
+// (iniFolder()), or a path.
+
+// The folder that holds bare-named settings files: $XDG_CONFIG_HOME (usually
+// ~/.config) on Unix, the Windows folder on Windows.
+QString iniFolder();
+QString iniPath(const QString& file);
+
+QString ReadIni(const QString& section, const QString& key, const QString& file);
+
+// Returns false when the file could not be written; the old file is then untouched.
+bool WriteIni(const QString& section, const QString& key, const QString& value,
+              const QString& file);

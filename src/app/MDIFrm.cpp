@@ -1,0 +1,287 @@
+#include "app/MDIFrm.h"
+
+#include "app/Notifier.h"
+#include "app/Station.h"
+#include "app/frm_txt.h"
+#include "app/zep_cmnd.h"
+#include "display/frmVal.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QToolBar>
+
+MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
+{
+    setObjectName(QStringLiteral("MDIFrm"));
+    setWindowTitle(QStringLiteral("Velmora"));
+    mdi_ = new QMdiArea(this);
+    mdi_->setObjectName(QStringLiteral("mdiArea"));
+    mdi_->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    mdi_->setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setCentralWidget(mdi_);
+
+    buildMenus();
+    buildToolbar();
+    buildCommandPanel();
+    buildStatusBar();
+
+    val_ = new frmVal(this);
+    InitTypesFromDB();
+    MDIForm_Load();
+}
+
+MDIFrm::~MDIFrm() = default;
+
+QAction* MDIFrm::addItem(QMenu* menu, const char* name, const QString& caption)
+{
+    QAction* a = menu->addAction(caption);
+    a->setObjectName(QLatin1String(name));
+    return a;
+}
+
+void MDIFrm::buildMenus()
+{
+    auto menu = [this](const char* name, const QString& caption) {
+        QMenu* m = menuBar()->addMenu(caption);
+        m->setObjectName(QLatin1String(name));
+        m->menuAction()->setObjectName(QLatin1String(name));
+        return m;
+    };
+    // Items whose subsystem is not part of the station yet stay visible but disabled.
+    auto later = [](QAction* a) {
+        a->setEnabled(false);
+        a->setToolTip(QStringLiteral("Not available in this version"));
+    };
+
+    QMenu* file = menu("mnuFile", QStringLiteral("&File"));
+    connect(addItem(file, "mnuRunSaving", QStringLiteral("&Run Saving")), &QAction::triggered,
+            this, &MDIFrm::mnuRunSaving_Click);
+    QAction* endSaving = addItem(file, "mnuEndSaving", QStringLiteral("&End Saving"));
+    endSaving->setVisible(false);
+    connect(endSaving, &QAction::triggered, this, &MDIFrm::mnuEndSaving_Click);
+    connect(addItem(file, "mnuReadConf", QStringLiteral("Load &PreSet")), &QAction::triggered,
+            this, &MDIFrm::mnuReadConf_Click);
+    connect(addItem(file, "mnuSaveConf", QStringLiteral("&Save Config")), &QAction::triggered,
+            this, &MDIFrm::mnuSaveConf_Click);
+    connect(addItem(file, "mnuExit", QStringLiteral("E&xit")), &QAction::triggered, this,
+            &MDIFrm::mnuExit_Click);
+
+    QMenu* mode = menu("mnuMode", QStringLiteral("&Mode"));
+    later(addItem(mode, "mnuFind", QStringLiteral("&Find")));
+    later(addItem(mode, "mnuRun", QStringLiteral("&Run")));
+    QAction* stop = addItem(mode, "mnuStop", QStringLiteral("&Stop"));
+    stop->setVisible(false);
+    later(stop);
+
+    QMenu* view = menu("mnuView", QStringLiteral("&View"));
+    for (auto [name, caption] : {std::pair{"mnuDigital", "&Digital"}, {"mnuTable", "&Table"},
+                                 {"mnuDiagram", "Dia&gram"}, {"mnuGraph", "&Graph"}}) {
+        QAction* a = addItem(view, name, QLatin1String(caption));
+        a->setCheckable(true);
+        later(a);
+    }
+
+    QMenu* set = menu("mnuSet", QStringLiteral("&Set"));
+    connect(addItem(set, "mnuSetCom", QStringLiteral("&Com Port")), &QAction::triggered, this,
+            [this] { Tbr1_ButtonClick(QStringLiteral("Set")); });
+    connect(addItem(set, "mnuSetPath", QStringLiteral("&Path")), &QAction::triggered, this,
+            [this] { Tbr1_ButtonClick(QStringLiteral("Path")); });
+    later(addItem(set, "mnuAlarm", QStringLiteral("&Alarm")));
+
+    QMenu* window = menu("mnuWindow", QStringLiteral("&Window"));
+    QMenu* arrange = window->addMenu(QStringLiteral("&Arrange"));
+    arrange->setObjectName(QStringLiteral("mnuArrange"));
+    arrange->menuAction()->setObjectName(QStringLiteral("mnuArrange"));
+    connect(addItem(arrange, "mnuHorizontal", QStringLiteral("&Horizontal")), &QAction::triggered,
+            this, [this] { tile(Qt::Vertical); });
+    connect(addItem(arrange, "mnuVertical", QStringLiteral("&Vertical")), &QAction::triggered,
+            this, [this] { tile(Qt::Horizontal); });
+    connect(addItem(arrange, "mnuCascade", QStringLiteral("&Cascade")), &QAction::triggered, mdi_,
+            &QMdiArea::cascadeSubWindows);
+    connect(addItem(window, "mnuOnTop", QStringLiteral("Window O&n Top")), &QAction::triggered,
+            this, &MDIFrm::mnuOnTop_Click);
+    QAction* offTop = addItem(window, "mnuOffTop", QStringLiteral("Window O&ff Top"));
+    offTop->setVisible(false);
+    connect(offTop, &QAction::triggered, this, &MDIFrm::mnuOffTop_Click);
+
+    QMenu* help = menu("mnuHelp", QStringLiteral("Help"));
+    connect(addItem(help, "mnuContents", QStringLiteral("Contents")), &QAction::triggered, this,
+            &MDIFrm::mnuContents_Click);
+    connect(addItem(help, "mnuAbout", QStringLiteral("About Velmora")), &QAction::triggered, this,
+            [this] { Tbr1_ButtonClick(QStringLiteral("About")); });
+
+    // The value menu has no caption of its own: it opens from the right mouse
+    // button over the frame's window area, and its item has a shortcut.
+    QMenu* sv = menu("mnuSV", QString());
+    sv->menuAction()->setVisible(false);
+    QAction* showVal = addItem(sv, "mnuShowVal", QStringLiteral("Sh&ow Value"));
+    showVal->setCheckable(true);
+    showVal->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_W));
+    addAction(showVal);
+    connect(showVal, &QAction::triggered, this, &MDIFrm::mnuShowVal_Click);
+    mdi_->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(mdi_, &QWidget::customContextMenuRequested, sv,
+            [this, sv](const QPoint& p) { sv->popup(mdi_->mapToGlobal(p)); });
+
+    QMenu* zcor = menu("mnuZCor", QStringLiteral("&Zcor"));
+    later(addItem(zcor, "mnu2ppmNow", QStringLiteral("&2ppmNow")));
+}
+
+void MDIFrm::buildToolbar()
+{
+    tbr1_ = addToolBar(QStringLiteral("Toolbar"));
+    tbr1_->setObjectName(QStringLiteral("Tbr1"));
+    tbr1_->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    struct Key
+    {
+        const char* key;
+        const char* caption;
+        const char* tip;
+        bool ready;
+    };
+    static constexpr Key kKeys[] = {
+        {"Find", "Find", "Find the analyzers on the RS-485 line", false},
+        {"Run", "Run", "Start reading the analyzer", false},
+        {"Stop", "Stop", "Stop reading the analyzer", false},
+        {"Send", "Send", "Send the text of the send line, followed by CR", true},
+        {"Write", "&Write", "Start or end recording to the data files", true},
+        {"Graph", "Graph", "Show or close the trend graph", false},
+        {"Diagram", "Diagram", "Show or close the bar diagram", false},
+        {"Table", "Table", "Show or close the table of readings", false},
+        {"Digital", "Digital", "Show or close the large digital value", false},
+        {"Set", "Set", "Port and polling settings", true},
+        {"Exit", "Exit", "Close the station", true},
+        {"Z", "Z", "Set the analyzer's zero position to the Z-pos value", true},
+        {"Z0", "Z0", "Set the analyzer's zero position to 0000", true},
+        {"ZT", "ZT", "Read the analyzer's zero position", true},
+    };
+    for (const Key& k : kKeys) {
+        const QString key = QLatin1String(k.key);
+        QAction* a = tbr1_->addAction(QLatin1String(k.caption));
+        a->setObjectName(QStringLiteral("Tbr1_") + key);
+        a->setData(key);
+        a->setToolTip(QLatin1String(k.tip));
+        a->setEnabled(k.ready);
+        keys_.insert(key, a);
+        connect(a, &QAction::triggered, this, [this, key] { Tbr1_ButtonClick(key); });
+    }
+    keys_.value(QStringLiteral("Write"))->setCheckable(true);
+    for (const char* k : {"Graph", "Diagram", "Table", "Digital"})
+        keys_.value(QLatin1String(k))->setCheckable(true);
+}
+
+void MDIFrm::buildCommandPanel()
+{
+    QToolBar* panel = new QToolBar(QStringLiteral("Commands"), this);
+    panel->setObjectName(QStringLiteral("cmdPanel"));
+    addToolBarBreak();
+    addToolBar(panel);
+    auto* box = new QWidget(panel);
+    auto* lay = new QHBoxLayout(box);
+    lay->setContentsMargins(2, 2, 2, 2);
+
+    cmbType_ = new QComboBox(box);
+    cmbType_->setObjectName(QStringLiteral("cmbType"));
+    cmbType_->setToolTip(QStringLiteral("Analyzer type"));
+    lay->addWidget(cmbType_);
+
+    const QStringList captions = zep_cmnd::buttonCaptions();
+    for (int i = 0; i < captions.size(); ++i) {
+        auto* b = new QPushButton(captions[i], box);
+        b->setObjectName(QStringLiteral("cmdCommands"));
+        b->setProperty("Index", i);
+        // What each command sends comes with the maintenance commands.
+        b->setEnabled(false);
+        cmdCommands_.append(b);
+        lay->addWidget(b);
+    }
+
+    txtTo_ = new QLineEdit(box);
+    txtTo_->setObjectName(QStringLiteral("TxtTo"));
+    txtTo_->setPlaceholderText(QStringLiteral("command to send"));
+    txtTo_->setMinimumWidth(120);
+    connect(txtTo_, &QLineEdit::returnPressed, this,
+            [this] { Tbr1_ButtonClick(QStringLiteral("Send")); });
+    lay->addWidget(txtTo_);
+
+    auto* lblZ = new QLabel(QStringLiteral("Z-pos"), box);
+    lblZ->setObjectName(QStringLiteral("lblZ"));
+    txtZ_ = new QLineEdit(QStringLiteral("0000"), box);
+    txtZ_->setObjectName(QStringLiteral("txtZ"));
+    txtZ_->setMaxLength(4);
+    txtZ_->setFixedWidth(52);
+    lblZ->setBuddy(txtZ_);
+    txtZR_ = new QLineEdit(box);
+    txtZR_->setObjectName(QStringLiteral("txtZR"));
+    txtZR_->setReadOnly(true);
+    txtZR_->setFixedWidth(52);
+    lay->addWidget(lblZ);
+    lay->addWidget(txtZ_);
+    lay->addWidget(txtZR_);
+    panel->addWidget(box);
+}
+
+void MDIFrm::buildStatusBar()
+{
+    QStatusBar* bar = statusBar();
+    bar->setObjectName(QStringLiteral("StatusBar1"));
+    for (int i = 0; i < 3; ++i) {
+        auto* l = new QLabel(bar);
+        l->setObjectName(QStringLiteral("Panel%1").arg(i + 1));
+        l->setMinimumWidth(i == 0 ? 260 : 140);
+        bar->addWidget(l, i == 0 ? 2 : 1);
+        panels_.append(l);
+    }
+}
+
+void MDIFrm::InitTypesFromDB()
+{
+    // Filling the list must not count as a selection; choosing "ZEP-D" does.
+    cmbType_->addItems(zep_cmnd::deviceTypes());
+    cmbType_->setCurrentIndex(-1);
+    connect(cmbType_, &QComboBox::currentIndexChanged, this, &MDIFrm::cmbType_Click);
+    cmbType_->setCurrentIndex(zep_cmnd::defaultTypeIndex);
+}
+
+void MDIFrm::cmbType_Click()
+{
+    const QString type = cmbType_->currentText();
+    if (st_.useDatabase)
+        zep_cmnd::InitDataFormatFromDB(st_.format, type);
+    else
+        zep_cmnd::InitDataFormat(st_.format, type);
+    // A new type means a new record marker: the running stream is stopped so
+    // that no record is framed with the old one.
+    if (typeSelected_)
+        st_.Stop();
+    typeSelected_ = true;
+}
+
+void MDIFrm::MDIForm_Load()
+{
+    st_.applyTimerPeriod();
+    for (QPushButton* b : cmdCommands_)
+        b->setToolTip(zep_cmnd::toolTipFor(b->text()));
+    QStringList captions;
+    for (QPushButton* b : cmdCommands_)
+        captions << b->text();
+    for (const char* c : {"CDAT?", "DATA?"}) {
+        const int i = zep_cmnd::FindCDATIndex(captions, QLatin1String(c));
+        if (i >= 0)
+            cmdCommands_[i]->setEnabled(false);
+    }
+}
+
+frm_txt* MDIFrm::textWindow()
+{
+    if (!txt_)
+        txt_ = new frm_txt(this);
+    return txt_;
+}

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QMainWindow>
+#include <QPointer>
+
+class QAction;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QMdiArea;
+class QMenu;
+class QPushButton;
+class QToolBar;
+class Station;
+class frm_txt;
+class frmVal;
+
+// The station's main frame: menus, toolbar Tbr1, the command panel, the
+// status bar StatusBar1 and the area that holds the graph and view windows.
+class MDIFrm : public QMainWindow
+{
+    Q_OBJECT
+public:
+    explicit MDIFrm(Station& st, QWidget* parent = nullptr);
+    ~MDIFrm() override;
+
+    Station& station() const { return st_; }
+    QMdiArea* mdiArea() const { return mdi_; }
+    QList<QLabel*> statusPanels() const { return panels_; }
+    frmVal* valueWindow() const { return val_; }
+    frm_txt* textWindow();
+
+    // The toolbar button with this key ("Run", "Write", ...).
+    QAction* toolButton(const QString& key) const { return keys_.value(key); }
+    QList<QPushButton*> commandButtons() const { return cmdCommands_; }
+
+    // Moves and sizes the frame and the value window from the station's layout.
+    void applyLayout();
+    // Takes the current places of the frame and its windows into the station's layout.
+    void collectLayout();
+
+    // Menu and toolbar operations.
+    void mnuExit_Click();
+    void mnuReadConf_Click();
+    void mnuSaveConf_Click();
+    void mnuRunSaving_Click();
+    void mnuEndSaving_Click();
+    void mnuOnTop_Click();
+    void mnuOffTop_Click();
+    void mnuContents_Click();
+    void mnuShowVal_Click();
+    void Tbr1_ButtonClick(const QString& key);
+    void cmbType_Click();
+
+    bool exiting() const { return exiting_; }
+
+protected:
+    void closeEvent(QCloseEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+
+private:
+    void buildMenus();
+    void buildToolbar();
+    void buildCommandPanel();
+    void buildStatusBar();
+    void MDIForm_Load();
+    void MDIForm_Unload();
+    void InitTypesFromDB();
+    QAction* addItem(QMenu* menu, const char* name, const QString& caption);
+    void setOnTop(bool on);
+    // Lays the child windows out one after the other along `direction`.
+    void tile(Qt::Orientation direction);
+    void zeroButton(const QString& key);
+
+    Station& st_;
+    QMdiArea* mdi_ = nullptr;
+    QToolBar* tbr1_ = nullptr;
+    QHash<QString, QAction*> keys_;
+    QList<QPushButton*> cmdCommands_;
+    QComboBox* cmbType_ = nullptr;
+    QLineEdit* txtTo_ = nullptr;
+    QLineEdit* txtZ_ = nullptr;
+    QLineEdit* txtZR_ = nullptr;
+    QList<QLabel*> panels_;
+    frmVal* val_ = nullptr;
+    QPointer<frm_txt> txt_;
+    bool typeSelected_ = false;
+    bool activated_ = false;
+    bool exiting_ = false;
+    bool dataReceived_ = false;
+};

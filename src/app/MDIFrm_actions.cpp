@@ -1,0 +1,226 @@
+// Menu, toolbar and lifetime operations of the main frame.
+#include "app/MDIFrm.h"
+
+#include "app/Notifier.h"
+#include "app/Settings.h"
+#include "app/Station.h"
+#include "app/frmAbout.h"
+#include "app/frmCOM.h"
+#include "app/frmPathA.h"
+#include "app/frm_txt.h"
+#include "app/twips.h"
+#include "display/frmVal.h"
+#include "rs485/Waits.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QLineEdit>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QScreen>
+
+void MDIFrm::tile(Qt::Orientation direction)
+{
+    const auto subs = mdi_->subWindowList();
+    const int n = int(subs.size());
+    const QRect area = mdi_->viewport()->rect();
+    for (int i = 0; i < n; ++i) {
+        subs[i]->showNormal();
+        if (direction == Qt::Vertical)
+            subs[i]->setGeometry(0, area.height() * i / n, area.width(), area.height() / n);
+        else
+            subs[i]->setGeometry(area.width() * i / n, 0, area.width() / n, area.height());
+    }
+}
+
+void MDIFrm::applyLayout()
+{
+    const Layout& l = st_.layout;
+    move(fromTwips(l.mdiLeft), fromTwips(l.mdiTop));
+    resize(fromTwips(l.mdiWidth), fromTwips(l.mdiHeight));
+    val_->move(fromTwips(l.valLeft), fromTwips(l.valTop));
+}
+
+void MDIFrm::collectLayout()
+{
+    Layout& l = st_.layout;
+    const QRect g = frameGeometry();
+    l.mdiLeft = toTwips(g.left());
+    l.mdiTop = toTwips(g.top());
+    l.mdiWidth = toTwips(width());
+    l.mdiHeight = toTwips(height());
+    l.valLeft = toTwips(val_->x());
+    l.valTop = toTwips(val_->y());
+}
+
+void MDIFrm::mnuSaveConf_Click()
+{
+    collectLayout();
+    SaveSettings(st_);
+}
+
+void MDIFrm::mnuReadConf_Click()
+{
+    Layout& l = st_.layout;
+    l.mdiLeft = 50;
+    l.mdiTop = 50;
+    l.mdiWidth = 10000;
+    l.mdiHeight = 8000;
+    l.valLeft = 0;
+    l.valTop = 360;
+    l.scaleYIndex = 4;
+    l.scaleYIndexAdd = 4;
+    l.scaleXIndex = 7;
+    l.scaleXIndexAdd = 5;
+    st_.limit1 = 50;
+    st_.limit2 = 80;
+    applyLayout();
+    // Save what was just restored, not the places before the move.
+    SaveSettings(st_);
+}
+
+void MDIFrm::mnuRunSaving_Click()
+{
+    findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setEnabled(false);
+    findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setVisible(false);
+    findChild<QAction*>(QStringLiteral("mnuEndSaving"))->setVisible(true);
+    findChild<QAction*>(QStringLiteral("mnuEndSaving"))->setEnabled(true);
+    QAction* write = keys_.value(QStringLiteral("Write"));
+    write->setText(QStringLiteral("End"));
+    write->setChecked(true);
+}
+
+void MDIFrm::mnuEndSaving_Click()
+{
+    QAction* write = keys_.value(QStringLiteral("Write"));
+    write->setChecked(false);
+    write->setText(QStringLiteral("&Write"));
+    findChild<QAction*>(QStringLiteral("mnuEndSaving"))->setVisible(false);
+    findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setVisible(true);
+    findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setEnabled(true);
+}
+
+void MDIFrm::setOnTop(bool on)
+{
+    for (QWidget* w : {static_cast<QWidget*>(this), static_cast<QWidget*>(val_)}) {
+        if (!on && w != this)
+            continue; // "off top" releases the frame only; the value window keeps floating
+        const bool visible = w->isVisible();
+        w->setAttribute(Qt::WA_ShowWithoutActivating, true);
+        w->setWindowFlag(Qt::WindowStaysOnTopHint, on);
+        if (visible || on)
+            w->show();
+        w->setAttribute(Qt::WA_ShowWithoutActivating, false);
+    }
+}
+
+void MDIFrm::mnuOnTop_Click()
+{
+    setOnTop(true);
+    findChild<QAction*>(QStringLiteral("mnuOffTop"))->setVisible(true);
+    findChild<QAction*>(QStringLiteral("mnuOnTop"))->setVisible(false);
+}
+
+void MDIFrm::mnuOffTop_Click()
+{
+    setOnTop(false);
+    findChild<QAction*>(QStringLiteral("mnuOnTop"))->setVisible(true);
+    findChild<QAction*>(QStringLiteral("mnuOffTop"))->setVisible(false);
+}
+
+void MDIFrm::mnuContents_Click()
+{
+    // Help is bound to F1; the menu item presses it.
+    QKeyEvent* f1 = new QKeyEvent(QEvent::KeyPress, Qt::Key_F1, Qt::NoModifier);
+    QCoreApplication::postEvent(this, f1);
+}
+
+void MDIFrm::keyPressEvent(QKeyEvent* e)
+{
+    if (e->key() == Qt::Key_F1) {
+        textWindow()->showHelp();
+        return;
+    }
+    QMainWindow::keyPressEvent(e);
+}
+
+void MDIFrm::mnuShowVal_Click()
+{
+    const bool on = findChild<QAction*>(QStringLiteral("mnuShowVal"))->isChecked();
+    textWindow()->setVisible(on);
+}
+
+void MDIFrm::Tbr1_ButtonClick(const QString& key)
+{
+    if (key == QLatin1String("Send")) {
+        st_.sendLine(txtTo_->text());
+    } else if (key == QLatin1String("Write")) {
+        QAction* write = keys_.value(key);
+        if (write->text() == QLatin1String("&Write"))
+            mnuRunSaving_Click();
+        else
+            mnuEndSaving_Click();
+    } else if (key == QLatin1String("Set")) {
+        frmCOM dlg(st_, this);
+        dlg.exec();
+    } else if (key == QLatin1String("Path")) {
+        frmPathA dlg(st_, this);
+        dlg.exec();
+    } else if (key == QLatin1String("About")) {
+        frmAbout dlg(this);
+        dlg.exec();
+    } else if (key == QLatin1String("Exit")) {
+        mnuExit_Click();
+    } else if (key == QLatin1String("Z") || key == QLatin1String("Z0") ||
+               key == QLatin1String("ZT")) {
+        zeroButton(key);
+    }
+}
+
+void MDIFrm::zeroButton(const QString&)
+{
+    if (!dataReceived_) {
+        st_.notifier().message(QStringLiteral("Данные не получены"));
+        txtZ_->setText(QStringLiteral("0000"));
+    }
+}
+
+void MDIFrm::showEvent(QShowEvent* e)
+{
+    QMainWindow::showEvent(e);
+    activated_ = true;
+}
+
+void MDIFrm::mnuExit_Click()
+{
+    if (exiting_)
+        return;
+    exiting_ = true;
+    st_.exitFlag = true;
+    st_.HTmr.stop();
+    st_.HTmr.setInterval(0);
+    st_.Stop();
+    PauseMs(100, 10);
+    if (txt_)
+        txt_->close();
+    val_->close();
+    MDIForm_Unload();
+    close();
+}
+
+void MDIFrm::MDIForm_Unload()
+{
+    if (keys_.value(QStringLiteral("Write"))->text() != QLatin1String("&Write"))
+        mnuEndSaving_Click();
+    // The port is released here, not left to process exit.
+    st_.myComm.setPortOpen(false);
+}
+
+void MDIFrm::closeEvent(QCloseEvent* e)
+{
+    if (!exiting_)
+        mnuExit_Click();
+    e->accept();
+    QMainWindow::closeEvent(e);
+}

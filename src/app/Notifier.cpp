@@ -1,0 +1,31 @@
+#include "app/Notifier.h"
+
+#include <cstdio>
+
+void HeadlessNotifier::message(const QString& text, Icon)
+{
+    std::fprintf(stderr, "velmora: %s\n", qPrintable(text));
+    std::fflush(stderr);
+}
+
+int HeadlessNotifier::ask(const QString& text, int buttons, Icon)
+{
+    // Nobody is there to answer: keep what exists (No), otherwise give up (Cancel),
+    // otherwise accept (Yes/OK).
+    int answer = Ok;
+    if (buttons & No)
+        answer = No;
+    else if (buttons & Cancel)
+        answer = Cancel;
+    else if (buttons & Yes)
+        answer = Yes;
+    std::fprintf(stderr, "velmora: %s\n", qPrintable(text));
+    std::fflush(stderr);
+    return answer;
+}
+
+void HeadlessNotifier::status(int panel, const QString& text)
+{
+    if (verbose)
+        std::fprintf(stderr, "velmora: [status %d] %s\n", panel, qPrintable(text));
+}

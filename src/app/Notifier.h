@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+// The one channel through which the core speaks to the operator. The GUI shows
+// message boxes and status-bar text, --headless prints to stderr, tests record.
+class Notifier
+{
+public:
+    enum Button { Ok = 0x01, Cancel = 0x02, Yes = 0x04, No = 0x08, Retry = 0x10 };
+    enum class Icon { None, Information, Question, Exclamation, Critical };
+
+    virtual ~Notifier() = default;
+
+    // A message box with an OK button.
+    virtual void message(const QString& text, Icon icon = Icon::None) = 0;
+    // A question; `buttons` is an OR of Button values, the result the one chosen.
+    virtual int ask(const QString& text, int buttons, Icon icon = Icon::Question) = 0;
+    // Text for a panel of the main status bar (panel 0 is the first).
+    virtual void status(int panel, const QString& text) = 0;
+};
+
+// Prints everything to stderr; used by --headless, where nobody can answer a question.
+class HeadlessNotifier : public Notifier
+{
+public:
+    void message(const QString& text, Icon icon = Icon::None) override;
+    int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
+    void status(int panel, const QString& text) override;
+
+    // Status texts are printed only when verbose; they change with every exchange.
+    bool verbose = false;
+};

@@ -1,0 +1,51 @@
+#pragma once
+
+// Sections and keys of the settings file Tervala.ini, in one place.
+namespace Ini {
+inline constexpr char File[] = "Tervala.ini";
+
+inline constexpr char SecComPorts[] = "COMPORTS";
+inline constexpr char CommSettings[] = "CommSettings";
+inline constexpr char NCOM[] = "NCOM";
+inline constexpr char PortName[] = "PortName";
+
+inline constexpr char SecPath[] = "Path";
+inline constexpr char IniPathDat[] = "IniPathDat";
+inline constexpr char IniPathDB[] = "IniPathDB";
+
+inline constexpr char SecInterval[] = "INTERVAL";
+inline constexpr char TIMER[] = "TIMER";
+
+inline constexpr char SecPositions[] = "POSITIONS";
+inline constexpr char MDITop[] = "MDITop";
+inline constexpr char MDILeft[] = "MDILeft";
+inline constexpr char MDIWidth[] = "MDIWidth";
+inline constexpr char MDIHeight[] = "MDIHeight";
+inline constexpr char frmValLeft[] = "frmValLeft";
+inline constexpr char frmValTop[] = "frmValTop";
+// Window keys: "W1" / "W2" followed by one of these.
+inline constexpr char State[] = "State";
+inline constexpr char X1[] = "X1"; // left
+inline constexpr char X2[] = "X2"; // width
+inline constexpr char Y1[] = "Y1"; // top
+inline constexpr char Y2[] = "Y2"; // height
+
+inline constexpr char SecScales[] = "SCALES";
+inline constexpr char InitScaleYIndex[] = "InitScaleYIndex";
+inline constexpr char InitScaleXIndex[] = "InitScaleXIndex";
+// The added graph's keys carry its window number behind the key word.
+inline constexpr char InitScaleYIndexAdd[] = "InitScaleYIndexAdd";
+inline constexpr char InitScaleXIndexAdd[] = "InitScaleXIndexAdd";
+inline constexpr char AddWindowNumber[] = "0";
+inline constexpr char SCALEY[] = "SCALEY"; // followed by the entry number 0..9
+
+inline constexpr char SecLimit[] = "LIMIT";
+inline constexpr char Limit1[] = "Limit1";
+inline constexpr char Limit2[] = "Limit2";
+
+inline constexpr char SecRus[] = "RUS";
+inline constexpr char Rus[] = "Rus";
+
+inline constexpr char SecGeneral[] = "GENERAL";
+inline constexpr char NofComponents[] = "NofComponents";
+} // namespace Ini

@@ -1,0 +1,107 @@
+#include "app/Station.h"
+
+#include "app/Notifier.h"
+
+#include <QThread>
+
+#ifdef Q_OS_UNIX
+#include <sys/resource.h>
+#endif
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
+
+Station::Station(Notifier& notifier, QObject* parent) : QObject(parent), notifier_(notifier)
+{
+    HTmr.setTimerType(Qt::PreciseTimer);
+    myComm.setCommPort(ncom);
+}
+
+Station::~Station()
+{
+    myComm.setPortOpen(false);
+}
+
+bool Station::applyPortSettings()
+{
+    const bool wasOpen = myComm.PortOpen();
+    if (wasOpen)
+        myComm.setPortOpen(false);
+    myComm.setCommPort(ncom);
+    myComm.setPortName(portName);
+    if (!commSettings.isEmpty()) {
+        QString why;
+        if (!myComm.setSettings(commSettings, &why))
+            notifier_.message(why, Notifier::Icon::Exclamation);
+    }
+    if (wasOpen)
+        return ensurePortOpen();
+    return true;
+}
+
+void Station::applyTimerPeriod()
+{
+    HTmr.setInterval(timerPeriod * 1000);
+}
+
+bool Station::ensurePortOpen(bool quiet)
+{
+    if (myComm.PortOpen())
+        return true;
+    if (myComm.setPortOpen(true))
+        return true;
+    if (quiet)
+        notifier_.status(0, myComm.lastError());
+    else
+        notifier_.message(myComm.lastError(), Notifier::Icon::Exclamation);
+    return false;
+}
+
+bool Station::sendLine(const QString& text)
+{
+    if (!ensurePortOpen())
+        return false;
+    return myComm.Output(text.toLatin1() + '\r');
+}
+
+void Station::Stop()
+{
+    running = false;
+    Q_EMIT runningChanged(false);
+    // Stop is also part of exit and of a device-type change, where a missing
+    // port is worth a status line, not a dialog in the operator's way.
+    if (!ensurePortOpen(true))
+        return;
+    myComm.setRThreshold(0);
+    myComm.Output(QByteArrayLiteral("CDAT?\r"));
+}
+
+void iniDef(Station& st)
+{
+    st.timerPeriod = 4;
+    st.limit1 = 50;
+    st.limit2 = 80;
+    st.fullDataToFile = true;
+    st.format = DataFormat{};
+    st.layout = Layout{};
+    st.dbFileName = QStringLiteral("kordeb.mdb");
+    st.tableAlias = QStringLiteral("Alias");
+    st.tableCmdUnCompat = QStringLiteral("CmdUnCompat");
+    st.tableSoftData = QStringLiteral("SoftData");
+}
+
+void raisePriority()
+{
+#ifdef Q_OS_WIN
+    SetPriorityClass(GetCurrentProcess(), HIGH_PRIORITY_CLASS);
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
+#elif defined(Q_OS_UNIX)
+    // Without privileges the nice value can't go below the current one; try
+    // the strongest first and keep whatever the system grants.
+    for (int nice = -10; nice < 0; ++nice) {
+        if (setpriority(PRIO_PROCESS, 0, nice) == 0)
+            break;
+    }
+#endif
+    QThread::currentThread()->setPriority(QThread::TimeCriticalPriority);
+}

@@ -1,0 +1,121 @@
+#pragma once
+
+#include "link/CommPort.h"
+#include "link/DataFormat.h"
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <array>
+
+class Notifier;
+
+// Place and state of a window, in twips (1/1440 inch).
+struct WindowPlace
+{
+    int state = 0; // 0 normal, 1 minimised, 2 maximised
+    int left = 0;
+    int width = 0; // 0: not known yet, the window takes its own size
+    int top = 0;
+    int height = 0;
+};
+
+// The window layout kept in the settings file.
+struct Layout
+{
+    int mdiTop = 50;
+    int mdiLeft = 50;
+    int mdiWidth = 10000;
+    int mdiHeight = 8000;
+    int valLeft = 0;
+    int valTop = 360;
+    WindowPlace w1; // main graph window
+    WindowPlace w2; // added graph window
+    int scaleYIndex = 4;
+    int scaleYIndexAdd = 4;
+    int scaleXIndex = 7;
+    int scaleXIndexAdd = 5;
+};
+
+// The shared run state of the station, one per process (tests make their own):
+// flags, port, data format, thresholds, layout, and the polling timer HTmr.
+// It is created by main and passed by reference; nothing in it is global.
+class Station : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Station(Notifier& notifier, QObject* parent = nullptr);
+    ~Station() override;
+
+    Notifier& notifier() const { return notifier_; }
+
+    // Run flags.
+    bool running = false;
+    bool synchroFromTimer = true; // "From Timer"; every start begins in this mode
+    bool stopRequest = false;
+    bool exitFlag = false;
+    bool stopScan = false;
+    bool rs485Mode = false;
+
+    int timerPeriod = 4; // polling period, seconds
+    int ncom = 2;        // COM port number
+    QString commSettings;
+    QString portName;     // a device that wins over ncom ("PortName")
+    QString simulatorTty; // the built-in simulator's tty, when it runs
+
+    DataFormat format; // marker = reply terminator, recordLength = frame length
+    char separator = '\t';
+    int zeroOffset = 0;   // subtracted from every reading
+    int zeroPosition = 0; // the analyzer's zero position as last read or set
+    int limit1 = 50;
+    int limit2 = 80;
+    bool fullDataToFile = true;
+    QString dataFolder;
+    QString iniPathDB;
+    int recordCounter = 0;
+    bool rus = false;
+    bool useDatabase = false; // device formats from the database file (no database is read)
+
+    // Device database names, kept though no table is read.
+    QString dbFileName = QStringLiteral("kordeb.mdb");
+    QString tableAlias = QStringLiteral("Alias");
+    QString tableCmdUnCompat = QStringLiteral("CmdUnCompat");
+    QString tableSoftData = QStringLiteral("SoftData");
+
+    Layout layout;
+    // Full-scale values of the linear Y-scale list; settings may replace entries 0..9.
+    std::array<double, 14> scaleY = {200000, 100000, 50000, 25000, 10000, 5000, 2500,
+                                     1000,   500,    250,   100,   50,    25,   10};
+
+    CommPort myComm;
+    QTimer HTmr; // polling timer; its tick also rotates the data files
+
+    // Applies the port number, device name and line settings to myComm,
+    // reopening the port when it is open.
+    bool applyPortSettings();
+
+    // Sets the polling timer to timerPeriod seconds (the timer's enabled state is kept).
+    void applyTimerPeriod();
+
+    // Stop: clears the running flag, opens the port if needed, sets RThreshold
+    // to 0 and sends "CDAT?" + CR. The port stays open.
+    void Stop();
+
+    // Opens myComm if it is closed; tells the operator why when it can't.
+    bool ensurePortOpen(bool quiet = false);
+
+    // Sends text + CR (the send line, Run, Stop); false if the port can't be used.
+    bool sendLine(const QString& text);
+
+Q_SIGNALS:
+    void runningChanged(bool running);
+
+private:
+    Notifier& notifier_;
+};
+
+// Start-up defaults of the device and data format (iniDef).
+void iniDef(Station& st);
+
+// Raises the process and the main thread as far as the system allows.
+void raisePriority();

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QPointF>
+#include <QWidget>
+
+class QLabel;
+
+// The small floating window that shows the latest reading in ppm ("00.0").
+// It floats above the main frame and follows the pointer while the left
+// button is held on it. Its back colour is set with the classic colour
+// numbers (blue-green-red order), so 32768 is green and 255 red.
+class frmVal : public QWidget
+{
+    Q_OBJECT
+public:
+    static constexpr int Green = 0x8000;
+    static constexpr int Red = 255;
+
+    explicit frmVal(QWidget* parent = nullptr);
+
+    QLabel* Label1() const { return label_; }
+    void setValueText(const QString& text);
+    int backColor() const { return backColor_; }
+    void setBackColor(int colorNumber);
+
+protected:
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseMoveEvent(QMouseEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
+
+private:
+    bool press(QMouseEvent* e);
+    bool drag(QMouseEvent* e);
+
+    QLabel* label_;
+    QPointF pressPoint_;
+    bool pressed_ = false;
+    int backColor_ = Green;
+};

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QSerialPort>
+#include <QString>
+
+// The station's serial port, `myComm`. It speaks the vocabulary of the classic
+// communications control (port number, settings string, PortOpen, RThreshold,
+// InputLen, InBufferCount, Input, Output, CommEvent, OnComm) on top of
+// QSerialPort, so that each procedure reads like the operation it performs.
+class CommPort : public QObject
+{
+    Q_OBJECT
+public:
+    // CommEvent values. 2 is "data received"; the others are line events.
+    enum Event {
+        comEvReceive = 2,
+        comEventBreak = 1001,
+        comEventFrame = 1004,
+        comEventOverrun = 1006,
+        comEventRxOver = 1008,
+        comEventRxParity = 1009,
+        comEventTxFull = 1010,
+        comEventDeviceGone = 1100, // the device vanished (USB adapter pulled, peer closed)
+        comEventReadError = 1101,
+        comEventWriteError = 1102,
+    };
+
+    explicit CommPort(QObject* parent = nullptr);
+    ~CommPort() override;
+
+    // COM port number; COM n is "COM<n>" on Windows and, elsewhere,
+    // devicePattern() with n - 1 (by default /dev/ttyS<n-1>).
+    int commPort() const { return number_; }
+    void setCommPort(int n) { number_ = n; }
+    // A device name that wins over the number (setting "PortName"); empty for none.
+    QString portName() const { return portName_; }
+    void setPortName(const QString& name) { portName_ = name; }
+    void setDevicePattern(const QString& pattern) { pattern_ = pattern; }
+    QString devicePattern() const { return pattern_; }
+    // The device that PortOpen = true opens.
+    QString deviceName() const;
+    QString deviceForNumber(int n) const;
+
+    // Line settings "baud,parity,data,stop", e.g. "9600,n,8,1".
+    QString Settings() const { return settings_; }
+    // Returns false, with a reason in *error, for a string it can't use.
+    bool setSettings(const QString& s, QString* error = nullptr);
+
+    bool PortOpen() const;
+    // Opens or closes the port; on failure lastError() names the port and the reason.
+    bool setPortOpen(bool open);
+    QString lastError() const { return lastError_; }
+
+    int RThreshold() const { return rThreshold_; }
+    void setRThreshold(int n);
+    int InputLen() const { return inputLen_; }
+    void setInputLen(int n) { inputLen_ = n; }
+    void setInBufferSize(int n);
+    int InBufferCount() const;
+    // Reads InputLen bytes (all waiting bytes when InputLen is 0).
+    QByteArray Input();
+    // Writes the bytes at once; false when the port is closed or the write fails.
+    bool Output(const QByteArray& bytes);
+    int CommEvent() const { return commEvent_; }
+
+    // A readable sentence for a CommEvent value.
+    static QString eventText(int event);
+
+Q_SIGNALS:
+    void OnComm();
+    // The port was opened or closed (by a call or because the device vanished).
+    void openChanged(bool open);
+
+private:
+    void onReadyRead();
+    void onError(QSerialPort::SerialPortError error);
+    void raise(int event);
+
+    QSerialPort port_;
+    int number_ = 2;
+    QString portName_;
+    QString pattern_ = QStringLiteral("/dev/ttyS%1");
+    QString settings_ = QStringLiteral("9600,n,8,1");
+    qint32 baud_ = 9600;
+    QSerialPort::Parity parity_ = QSerialPort::NoParity;
+    QSerialPort::DataBits dataBits_ = QSerialPort::Data8;
+    QSerialPort::StopBits stopBits_ = QSerialPort::OneStop;
+    int rThreshold_ = 0;
+    int inputLen_ = 0;
+    int commEvent_ = 0;
+    QString lastError_;
+};

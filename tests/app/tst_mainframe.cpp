@@ -1,0 +1,232 @@
+// The main frame driven through its menus, toolbar and dialogs.
+#include "tst_app.h"
+
+#include "Pty.h"
+#include "RecordingNotifier.h"
+#include "app/IniFile.h"
+#include "app/MDIFrm.h"
+#include "app/Settings.h"
+#include "app/Station.h"
+#include "app/frmCOM.h"
+#include "display/frmVal.h"
+
+#include <QAction>
+#include <QComboBox>
+#include <QFile>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+
+namespace {
+QAction* item(MDIFrm& f, const char* name)
+{
+    return f.findChild<QAction*>(QLatin1String(name));
+}
+
+// Captions of a menu's items, with a submenu written as its caption.
+QStringList captions(const QMenu* m)
+{
+    QStringList out;
+    for (const QAction* a : m->actions())
+        out << a->objectName() + QLatin1Char('=') + a->text();
+    return out;
+}
+} // namespace
+
+void MainFrameTest::init()
+{
+    dir_ = std::make_unique<QTemporaryDir>();
+    qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
+}
+
+void MainFrameTest::menus()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    QStringList top;
+    for (const QAction* a : f.menuBar()->actions())
+        top << a->objectName() + QLatin1Char('=') + a->text();
+    QCOMPARE(top, (QStringList{"mnuFile=&File", "mnuMode=&Mode", "mnuView=&View", "mnuSet=&Set",
+                               "mnuWindow=&Window", "mnuHelp=Help", "mnuSV=", "mnuZCor=&Zcor"}));
+    auto menu = [&](const char* name) { return f.findChild<QMenu*>(QLatin1String(name)); };
+    QCOMPARE(captions(menu("mnuFile")),
+             (QStringList{"mnuRunSaving=&Run Saving", "mnuEndSaving=&End Saving",
+                          "mnuReadConf=Load &PreSet", "mnuSaveConf=&Save Config",
+                          "mnuExit=E&xit"}));
+    QCOMPARE(captions(menu("mnuMode")),
+             (QStringList{"mnuFind=&Find", "mnuRun=&Run", "mnuStop=&Stop"}));
+    QCOMPARE(captions(menu("mnuView")), (QStringList{"mnuDigital=&Digital", "mnuTable=&Table",
+                                                     "mnuDiagram=Dia&gram", "mnuGraph=&Graph"}));
+    QCOMPARE(captions(menu("mnuSet")),
+             (QStringList{"mnuSetCom=&Com Port", "mnuSetPath=&Path", "mnuAlarm=&Alarm"}));
+    QCOMPARE(captions(menu("mnuWindow")),
+             (QStringList{"mnuArrange=&Arrange", "mnuOnTop=Window O&n Top",
+                          "mnuOffTop=Window O&ff Top"}));
+    QCOMPARE(captions(menu("mnuArrange")),
+             (QStringList{"mnuHorizontal=&Horizontal", "mnuVertical=&Vertical",
+                          "mnuCascade=&Cascade"}));
+    QCOMPARE(captions(menu("mnuHelp")),
+             (QStringList{"mnuContents=Contents", "mnuAbout=About Velmora"}));
+    QCOMPARE(captions(menu("mnuSV")), QStringList{"mnuShowVal=Sh&ow Value"});
+    QCOMPARE(captions(menu("mnuZCor")), QStringList{"mnu2ppmNow=&2ppmNow"});
+    QVERIFY(item(f, "mnuShowVal")->isCheckable());
+}
+
+void MainFrameTest::onTopToggle()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    f.show();
+    auto oneVisible = [&] {
+        return item(f, "mnuOnTop")->isVisible() != item(f, "mnuOffTop")->isVisible();
+    };
+    QVERIFY(oneVisible());
+    QVERIFY(item(f, "mnuOnTop")->isVisible());
+    item(f, "mnuOnTop")->trigger();
+    QVERIFY(oneVisible());
+    QVERIFY(item(f, "mnuOffTop")->isVisible());
+    QVERIFY(f.windowFlags() & Qt::WindowStaysOnTopHint);
+    QVERIFY(f.isVisible());
+    item(f, "mnuOffTop")->trigger();
+    QVERIFY(oneVisible());
+    QVERIFY(item(f, "mnuOnTop")->isVisible());
+    QVERIFY(!(f.windowFlags() & Qt::WindowStaysOnTopHint));
+    QVERIFY(f.isVisible());
+}
+
+void MainFrameTest::loadPreSet()
+{
+    QFile file(dir_->filePath(QStringLiteral("Tervala.ini")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("[LIMIT]\nLimit1=12\nLimit2=34\n[SCALES]\nInitScaleXIndex=2\n");
+    file.close();
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    ReadSettings(st);
+    QCOMPARE(st.limit1, 12);
+    item(f, "mnuReadConf")->trigger();
+    QCOMPARE(st.limit1, 50);
+    QCOMPARE(st.limit2, 80);
+    QCOMPARE(ReadIni("LIMIT", "Limit1", "Tervala.ini"), QStringLiteral("50"));
+    QCOMPARE(ReadIni("LIMIT", "Limit2", "Tervala.ini"), QStringLiteral("80"));
+    QCOMPARE(ReadIni("SCALES", "InitScaleXIndex", "Tervala.ini"), QStringLiteral("7"));
+    QCOMPARE(ReadIni("SCALES", "InitScaleXIndexAdd0", "Tervala.ini"), QStringLiteral("5"));
+    QCOMPARE(ReadIni("POSITIONS", "MDIHeight", "Tervala.ini"), QStringLiteral("8000"));
+    QCOMPARE(ReadIni("POSITIONS", "frmValTop", "Tervala.ini"), QStringLiteral("360"));
+}
+
+void MainFrameTest::writeToggle()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    QAction* write = f.toolButton(QStringLiteral("Write"));
+    QCOMPARE(write->text(), QStringLiteral("&Write"));
+    write->trigger();
+    QCOMPARE(write->text(), QStringLiteral("End"));
+    QVERIFY(write->isChecked());
+    QVERIFY(!item(f, "mnuRunSaving")->isVisible());
+    QVERIFY(item(f, "mnuEndSaving")->isVisible());
+    write->trigger();
+    QCOMPARE(write->text(), QStringLiteral("&Write"));
+    QVERIFY(!write->isChecked());
+    QVERIFY(item(f, "mnuRunSaving")->isVisible());
+    QVERIFY(!item(f, "mnuEndSaving")->isVisible());
+}
+
+void MainFrameTest::commandPanel()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    QStringList seen;
+    for (QPushButton* b : f.findChildren<QPushButton*>(QStringLiteral("cmdCommands")))
+        seen << b->text();
+    QCOMPARE(seen, (QStringList{"Ser. Number", "ZERO", "INITIAL", "CALIBR", "CUST", "SET CUST",
+                                "DATA?", "CDAT?"}));
+    const auto buttons = f.commandButtons();
+    QCOMPARE(buttons[1]->toolTip(), QStringLiteral("Set ZERO results"));
+    QVERIFY(!buttons[6]->isEnabled());
+    QVERIFY(!buttons[7]->isEnabled());
+    auto* type = f.findChild<QComboBox*>(QStringLiteral("cmbType"));
+    QCOMPARE(type->count(), 2);
+    QCOMPARE(type->currentText(), QStringLiteral("ZEP-D"));
+    QCOMPARE(int(st.format.marker), 13);
+}
+
+void MainFrameTest::typeChangeStops()
+{
+    Pty line;
+    QVERIFY(line.ok());
+    RecordingNotifier n;
+    Station st(n);
+    st.portName = line.slavePath();
+    st.applyPortSettings();
+    MDIFrm f(st);
+    auto* type = f.findChild<QComboBox*>(QStringLiteral("cmbType"));
+    QVERIFY(!st.myComm.PortOpen()); // the first selection at start-up sends nothing
+    type->setCurrentIndex(0);
+    QCOMPARE(int(st.format.marker), 10);
+    QCOMPARE(line.read(6, 2000), QByteArray("CDAT?\r"));
+    QVERIFY(st.myComm.PortOpen());
+}
+
+void MainFrameTest::closeBoxRunsExit()
+{
+    Pty line;
+    QVERIFY(line.ok());
+    RecordingNotifier n;
+    Station st(n);
+    st.portName = line.slavePath();
+    st.applyPortSettings();
+    QVERIFY(st.ensurePortOpen());
+    st.HTmr.start(1000);
+    MDIFrm f(st);
+    f.show();
+    f.valueWindow()->show();
+    QVERIFY(QTest::qWaitForWindowExposed(&f));
+    f.close(); // what the window's close box does
+    QVERIFY(st.exitFlag);
+    QVERIFY(!st.HTmr.isActive());
+    QCOMPARE(st.HTmr.interval(), 0);
+    QCOMPARE(line.read(6, 2000), QByteArray("CDAT?\r"));
+    QVERIFY(!st.myComm.PortOpen());
+    QVERIFY(!f.valueWindow()->isVisible());
+    QVERIFY(!f.isVisible());
+}
+
+void MainFrameTest::comPortChangeReopens()
+{
+    Pty com2;
+    Pty com3;
+    QVERIFY(com2.ok() && com3.ok());
+    QVERIFY(QFile::link(com2.slavePath(), dir_->filePath(QStringLiteral("ttyS1"))));
+    QVERIFY(QFile::link(com3.slavePath(), dir_->filePath(QStringLiteral("ttyS2"))));
+    RecordingNotifier n;
+    Station st(n);
+    st.myComm.setDevicePattern(dir_->filePath(QStringLiteral("ttyS%1")));
+    st.ncom = 2;
+    st.applyPortSettings();
+    QVERIFY(st.sendLine(QStringLiteral("A")));
+    QCOMPARE(com2.read(2, 2000), QByteArray("A\r"));
+
+    frmCOM dlg(st);
+    auto* scrCom = dlg.findChild<QScrollBar*>(QStringLiteral("scrCom"));
+    QCOMPARE(scrCom->value(), 2);
+    scrCom->setValue(3);
+    QCOMPARE(st.ncom, 3);
+    QVERIFY(st.myComm.PortOpen()); // reopened at once, before any Save
+    QVERIFY(st.myComm.Output("B\r"));
+    QCOMPARE(com3.read(2, 2000), QByteArray("B\r"));
+    QCOMPARE(com2.readAll(100), QByteArray());
+    QVERIFY(n.messages.isEmpty());
+
+    dlg.findChild<QPushButton*>(QStringLiteral("cmdSave"))->click();
+    QCOMPARE(ReadIni("COMPORTS", "NCOM", "Tervala.ini"), QStringLiteral("3"));
+    QCOMPARE(ReadIni("INTERVAL", "TIMER", "Tervala.ini"), QStringLiteral("4"));
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QApplication>
+#include <QTest>
+
+// Runs several Qt Test classes in one executable; the exit code counts the
+// classes that failed.
+template <typename... Tests>
+int runTests(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    int failed = 0;
+    auto one = [&](QObject&& t) { failed += QTest::qExec(&t, argc, argv) != 0 ? 1 : 0; };
+    (one(Tests{}), ...);
+    return failed;
+}
