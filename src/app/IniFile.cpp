@@ -153,8 +153,7 @@ QString ReadIni(const QString& section, const QString& key, const QString& file)
     return {};
 }
 
-bool WriteIni(const QString& section, const QString& key, const QString& value,
-              const QString& file)
+bool WriteIni(const QString& section, const QString& key, const QString& value, const QString& file)
 {
     const QString path = iniPath(file);
     Text text = load(path);

@@ -61,15 +61,15 @@ void MDIFrm::buildMenus()
     };
 
     QMenu* file = menu("mnuFile", QStringLiteral("&File"));
-    connect(addItem(file, "mnuRunSaving", QStringLiteral("&Run Saving")), &QAction::triggered,
-            this, &MDIFrm::mnuRunSaving_Click);
+    connect(addItem(file, "mnuRunSaving", QStringLiteral("&Run Saving")), &QAction::triggered, this,
+            &MDIFrm::mnuRunSaving_Click);
     QAction* endSaving = addItem(file, "mnuEndSaving", QStringLiteral("&End Saving"));
     endSaving->setVisible(false);
     connect(endSaving, &QAction::triggered, this, &MDIFrm::mnuEndSaving_Click);
-    connect(addItem(file, "mnuReadConf", QStringLiteral("Load &PreSet")), &QAction::triggered,
-            this, &MDIFrm::mnuReadConf_Click);
-    connect(addItem(file, "mnuSaveConf", QStringLiteral("&Save Config")), &QAction::triggered,
-            this, &MDIFrm::mnuSaveConf_Click);
+    connect(addItem(file, "mnuReadConf", QStringLiteral("Load &PreSet")), &QAction::triggered, this,
+            &MDIFrm::mnuReadConf_Click);
+    connect(addItem(file, "mnuSaveConf", QStringLiteral("&Save Config")), &QAction::triggered, this,
+            &MDIFrm::mnuSaveConf_Click);
     connect(addItem(file, "mnuExit", QStringLiteral("E&xit")), &QAction::triggered, this,
             &MDIFrm::mnuExit_Click);
 
@@ -81,8 +81,10 @@ void MDIFrm::buildMenus()
     later(stop);
 
     QMenu* view = menu("mnuView", QStringLiteral("&View"));
-    for (auto [name, caption] : {std::pair{"mnuDigital", "&Digital"}, {"mnuTable", "&Table"},
-                                 {"mnuDiagram", "Dia&gram"}, {"mnuGraph", "&Graph"}}) {
+    for (auto [name, caption] : {std::pair{"mnuDigital", "&Digital"},
+                                 {"mnuTable", "&Table"},
+                                 {"mnuDiagram", "Dia&gram"},
+                                 {"mnuGraph", "&Graph"}}) {
         QAction* a = addItem(view, name, QLatin1String(caption));
         a->setCheckable(true);
         later(a);
@@ -101,8 +103,8 @@ void MDIFrm::buildMenus()
     arrange->menuAction()->setObjectName(QStringLiteral("mnuArrange"));
     connect(addItem(arrange, "mnuHorizontal", QStringLiteral("&Horizontal")), &QAction::triggered,
             this, [this] { tile(Qt::Vertical); });
-    connect(addItem(arrange, "mnuVertical", QStringLiteral("&Vertical")), &QAction::triggered,
-            this, [this] { tile(Qt::Horizontal); });
+    connect(addItem(arrange, "mnuVertical", QStringLiteral("&Vertical")), &QAction::triggered, this,
+            [this] { tile(Qt::Horizontal); });
     connect(addItem(arrange, "mnuCascade", QStringLiteral("&Cascade")), &QAction::triggered, mdi_,
             &QMdiArea::cascadeSubWindows);
     connect(addItem(window, "mnuOnTop", QStringLiteral("Window O&n Top")), &QAction::triggered,

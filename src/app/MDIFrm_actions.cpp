@@ -1,6 +1,5 @@
 // Menu, toolbar and lifetime operations of the main frame.
 #include "app/MDIFrm.h"
-
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "app/Station.h"

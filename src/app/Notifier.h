@@ -7,8 +7,22 @@
 class Notifier
 {
 public:
-    enum Button { Ok = 0x01, Cancel = 0x02, Yes = 0x04, No = 0x08, Retry = 0x10 };
-    enum class Icon { None, Information, Question, Exclamation, Critical };
+    enum Button
+    {
+        Ok = 0x01,
+        Cancel = 0x02,
+        Yes = 0x04,
+        No = 0x08,
+        Retry = 0x10
+    };
+    enum class Icon
+    {
+        None,
+        Information,
+        Question,
+        Exclamation,
+        Critical
+    };
 
     virtual ~Notifier() = default;
 

@@ -123,7 +123,8 @@ void ReadSettings(Station& st)
     readInt(Ini::SecLimit, QLatin1String(Ini::Limit2), st.limit2);
 
     for (int n = 0; n <= 9; ++n) {
-        const auto v = number(read(Ini::SecScales, QLatin1String(Ini::SCALEY) + QString::number(n)));
+        const auto v =
+            number(read(Ini::SecScales, QLatin1String(Ini::SCALEY) + QString::number(n)));
         if (v && *v != 0)
             st.scaleY[size_t(n)] = *v;
     }

@@ -1,6 +1,7 @@
 #include "app/Station.h"
 
 #include "app/Notifier.h"
+#include "link/RunControl.h"
 
 #include <QThread>
 
@@ -15,6 +16,16 @@ Station::Station(Notifier& notifier, QObject* parent) : QObject(parent), notifie
 {
     HTmr.setTimerType(Qt::PreciseTimer);
     myComm.setCommPort(ncom);
+    connect(&myComm, &CommPort::OnComm, this, [this] { OnComm(*this); });
+    connect(&HTmr, &QTimer::timeout, this, [this] { HTmr_Timer(*this); });
+}
+
+void Station::deliver(double value, const QByteArray& reply)
+{
+    for (int i = 0; i < SinkCount; ++i) {
+        if (sinks[size_t(i)] && (i != DataFileSink || recording))
+            sinks[size_t(i)](value, reply);
+    }
 }
 
 Station::~Station()

@@ -5,8 +5,10 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 #include <array>
+#include <functional>
 
 class Notifier;
 
@@ -82,6 +84,30 @@ public:
     QString tableCmdUnCompat = QStringLiteral("CmdUnCompat");
     QString tableSoftData = QStringLiteral("SoftData");
 
+    // Reception.
+    QString valueText = QStringLiteral("0"); // the last value received as text
+    QStringList componentValues;             // value text per component
+    quint32 eventCounter = 0;                // receive events handled
+    qint64 acceptedRecords = 0;
+    qint64 droppedRecords = 0;
+    bool recording = false; // data files are being written
+    int foundDevices = 0;   // analyzers the finder found on the RS-485 line
+
+    // Where an accepted reading goes, in this order. The data-file sink is
+    // called only while recording.
+    enum SinkSlot
+    {
+        MainGraphSink,
+        AddedGraphSink,
+        ValueWindowSink,
+        DataFileSink,
+        AlarmSink,
+        SinkCount
+    };
+    using Sink = std::function<void(double value, const QByteArray& reply)>;
+    std::array<Sink, SinkCount> sinks;
+    void deliver(double value, const QByteArray& reply);
+
     Layout layout;
     // Full-scale values of the linear Y-scale list; settings may replace entries 0..9.
     std::array<double, 14> scaleY = {200000, 100000, 50000, 25000, 10000, 5000, 2500,
@@ -109,6 +135,8 @@ public:
 
 Q_SIGNALS:
     void runningChanged(bool running);
+    // A line event other than received data (CommEvent and its number).
+    void lineEvent(int commEvent);
 
 private:
     Notifier& notifier_;

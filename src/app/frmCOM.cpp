@@ -124,10 +124,10 @@ void frmCOM::fillPortNames()
         cmbPortName_->addItem(QStringLiteral("Simulator (%1)").arg(st_.simulatorTty),
                               st_.simulatorTty);
     for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
-        const QString text = info.description().isEmpty()
-                                 ? info.systemLocation()
-                                 : QStringLiteral("%1 (%2)").arg(info.systemLocation(),
-                                                                 info.description());
+        const QString text =
+            info.description().isEmpty()
+                ? info.systemLocation()
+                : QStringLiteral("%1 (%2)").arg(info.systemLocation(), info.description());
         cmbPortName_->addItem(text, info.systemLocation());
     }
     if (!st_.portName.isEmpty()) {

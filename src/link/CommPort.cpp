@@ -160,16 +160,15 @@ void CommPort::onError(QSerialPort::SerialPortError error)
 {
     switch (error) {
     case QSerialPort::ResourceError:
+    case QSerialPort::ReadError:
+        // Reads fail for good once the device is gone (a pulled USB adapter
+        // answers EIO): release the port rather than spin on it.
         port_.clearError();
         if (port_.isOpen()) {
             port_.close();
             Q_EMIT openChanged(false);
         }
-        raise(comEventDeviceGone);
-        break;
-    case QSerialPort::ReadError:
-        port_.clearError();
-        raise(comEventReadError);
+        raise(error == QSerialPort::ResourceError ? comEventDeviceGone : comEventReadError);
         break;
     case QSerialPort::WriteError:
         port_.clearError();
@@ -206,7 +205,7 @@ QString CommPort::eventText(int event)
     case comEventDeviceGone:
         return QStringLiteral("the device is no longer there (unplugged?); the port was closed");
     case comEventReadError:
-        return QStringLiteral("read error on the port");
+        return QStringLiteral("read error on the port (device gone?); the port was closed");
     case comEventWriteError:
         return QStringLiteral("write error on the port");
     default:

@@ -14,7 +14,8 @@ class CommPort : public QObject
     Q_OBJECT
 public:
     // CommEvent values. 2 is "data received"; the others are line events.
-    enum Event {
+    enum Event
+    {
         comEvReceive = 2,
         comEventBreak = 1001,
         comEventFrame = 1004,

@@ -8,9 +8,9 @@
 // record length. Edited in frmSet, set by the device type and by detection.
 struct ComponentFormat
 {
-    int start = 0;     // "Start Byte (Number)"
-    int length = 5;    // "Length of Data"
-    bool show = true;  // "Graph Show"
+    int start = 0;    // "Start Byte (Number)"
+    int length = 5;   // "Length of Data"
+    bool show = true; // "Graph Show"
 };
 
 struct DataFormat

@@ -45,8 +45,7 @@ void WaitMs(int ms, bool keepAlive)
     PauseMs(ms, qMin(ms, 10));
 }
 
-bool WaitUntil(const std::function<bool()>& done, int timeoutMs,
-               const std::function<bool()>& abort)
+bool WaitUntil(const std::function<bool()>& done, int timeoutMs, const std::function<bool()>& abort)
 {
     const qint64 t0 = nowMs();
     QEventLoop loop;

@@ -1,8 +1,7 @@
 // The device types, command strings and button captions.
-#include "tst_app.h"
-
 #include "app/zep_cmnd.h"
 #include "link/DataFormat.h"
+#include "tst_app.h"
 
 #include <QTest>
 
@@ -47,9 +46,12 @@ void CatalogueTest::toolTips_data()
 {
     QTest::addColumn<QString>("caption");
     QTest::addColumn<QString>("tip");
-    QTest::newRow("serial") << "Ser. Number" << "Get Serial Number from Gas Analyzer.";
-    QTest::newRow("calibr") << "CALIBR" << "Calibration of Gas analyzer";
-    QTest::newRow("cdat") << "CDAT?" << "Continuous reading data from Gas Analyzer";
+    QTest::newRow("serial") << "Ser. Number"
+                            << "Get Serial Number from Gas Analyzer.";
+    QTest::newRow("calibr") << "CALIBR"
+                            << "Calibration of Gas analyzer";
+    QTest::newRow("cdat") << "CDAT?"
+                          << "Continuous reading data from Gas Analyzer";
     QTest::newRow("case differs") << "Zero" << QString();
     QTest::newRow("spacing differs") << "SET  CUST" << QString();
 }

@@ -1,6 +1,4 @@
 // The main frame driven through its menus, toolbar and dialogs.
-#include "tst_app.h"
-
 #include "Pty.h"
 #include "RecordingNotifier.h"
 #include "app/IniFile.h"
@@ -9,6 +7,7 @@
 #include "app/Station.h"
 #include "app/frmCOM.h"
 #include "display/frmVal.h"
+#include "tst_app.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -52,10 +51,10 @@ void MainFrameTest::menus()
     QCOMPARE(top, (QStringList{"mnuFile=&File", "mnuMode=&Mode", "mnuView=&View", "mnuSet=&Set",
                                "mnuWindow=&Window", "mnuHelp=Help", "mnuSV=", "mnuZCor=&Zcor"}));
     auto menu = [&](const char* name) { return f.findChild<QMenu*>(QLatin1String(name)); };
-    QCOMPARE(captions(menu("mnuFile")),
-             (QStringList{"mnuRunSaving=&Run Saving", "mnuEndSaving=&End Saving",
-                          "mnuReadConf=Load &PreSet", "mnuSaveConf=&Save Config",
-                          "mnuExit=E&xit"}));
+    QCOMPARE(
+        captions(menu("mnuFile")),
+        (QStringList{"mnuRunSaving=&Run Saving", "mnuEndSaving=&End Saving",
+                     "mnuReadConf=Load &PreSet", "mnuSaveConf=&Save Config", "mnuExit=E&xit"}));
     QCOMPARE(captions(menu("mnuMode")),
              (QStringList{"mnuFind=&Find", "mnuRun=&Run", "mnuStop=&Stop"}));
     QCOMPARE(captions(menu("mnuView")), (QStringList{"mnuDigital=&Digital", "mnuTable=&Table",
@@ -65,9 +64,9 @@ void MainFrameTest::menus()
     QCOMPARE(captions(menu("mnuWindow")),
              (QStringList{"mnuArrange=&Arrange", "mnuOnTop=Window O&n Top",
                           "mnuOffTop=Window O&ff Top"}));
-    QCOMPARE(captions(menu("mnuArrange")),
-             (QStringList{"mnuHorizontal=&Horizontal", "mnuVertical=&Vertical",
-                          "mnuCascade=&Cascade"}));
+    QCOMPARE(
+        captions(menu("mnuArrange")),
+        (QStringList{"mnuHorizontal=&Horizontal", "mnuVertical=&Vertical", "mnuCascade=&Cascade"}));
     QCOMPARE(captions(menu("mnuHelp")),
              (QStringList{"mnuContents=Contents", "mnuAbout=About Velmora"}));
     QCOMPARE(captions(menu("mnuSV")), QStringList{"mnuShowVal=Sh&ow Value"});

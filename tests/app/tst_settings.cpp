@@ -1,11 +1,10 @@
 // The settings file: private-profile reading and writing, and the station's
 // reading and saving of its settings.
-#include "tst_app.h"
-
 #include "RecordingNotifier.h"
 #include "app/IniFile.h"
 #include "app/Settings.h"
 #include "app/Station.h"
+#include "tst_app.h"
 
 #include <QDir>
 #include <QFile>
@@ -94,8 +93,7 @@ void SettingsTest::lookup_data()
                                      << "k" << QString();
     QTest::newRow("other section") << QByteArray("[A]\n[B]\nk=2\n") << "A"
                                    << "k" << QString();
-    QTest::newRow("127 characters") << QByteArray("[A]\nk=" + QByteArray(200, 'x') + "\n")
-                                    << "A"
+    QTest::newRow("127 characters") << QByteArray("[A]\nk=" + QByteArray(200, 'x') + "\n") << "A"
                                     << "k" << QString(127, 'x');
 }
 
@@ -113,12 +111,13 @@ void SettingsTest::write_data()
 {
     QTest::addColumn<QByteArray>("before");
     QTest::addColumn<QByteArray>("after");
-    QTest::newRow("replace in place") << QByteArray("[S]\nA=1\nK=old\nB=2\n")
-                                      << QByteArray("[S]\nA=1\nK=new\nB=2\n");
+    QTest::newRow("replace in place")
+        << QByteArray("[S]\nA=1\nK=old\nB=2\n") << QByteArray("[S]\nA=1\nK=new\nB=2\n");
     QTest::newRow("key spelling kept") << QByteArray("[s]\nk=old\n") << QByteArray("[s]\nk=new\n");
-    QTest::newRow("end of its section") << QByteArray("[S]\nA=1\n\n[T]\nB=2\n")
-                                        << QByteArray("[S]\nA=1\nK=new\n\n[T]\nB=2\n");
-    QTest::newRow("new section at end") << QByteArray("[T]\nB=2") << QByteArray("[T]\nB=2\n[S]\nK=new\n");
+    QTest::newRow("end of its section")
+        << QByteArray("[S]\nA=1\n\n[T]\nB=2\n") << QByteArray("[S]\nA=1\nK=new\n\n[T]\nB=2\n");
+    QTest::newRow("new section at end")
+        << QByteArray("[T]\nB=2") << QByteArray("[T]\nB=2\n[S]\nK=new\n");
     QTest::newRow("new file") << QByteArray() << QByteArray("[S]\nK=new\n");
 }
 
@@ -140,17 +139,25 @@ void SettingsTest::readSettings_data()
     QTest::addColumn<int>("mdiWidth");
     QTest::addColumn<int>("valLeft");
     QTest::addColumn<double>("scaleY3");
-    QTest::newRow("TIMER 2 ignored") << QByteArray("[INTERVAL]\nTIMER=2\n") << 4 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("TIMER 31 ignored") << QByteArray("[INTERVAL]\nTIMER=31\n") << 4 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("TIMER 3 taken") << QByteArray("[INTERVAL]\nTIMER=3\n") << 3 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("TIMER 30 taken") << QByteArray("[INTERVAL]\nTIMER=30\n") << 30 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("bad Limit1 keeps 50") << QByteArray("[LIMIT]\nLimit1=abc\n") << 4 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("SCALEY3=0 keeps entry") << QByteArray("[SCALES]\nSCALEY3=0\nSCALEY2=7\n") << 4 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("SCALEY3 replaced") << QByteArray("[SCALES]\nSCALEY3=1234\n") << 4 << 50 << 10000 << 0 << 1234.0;
+    QTest::newRow("TIMER 2 ignored")
+        << QByteArray("[INTERVAL]\nTIMER=2\n") << 4 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("TIMER 31 ignored")
+        << QByteArray("[INTERVAL]\nTIMER=31\n") << 4 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("TIMER 3 taken")
+        << QByteArray("[INTERVAL]\nTIMER=3\n") << 3 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("TIMER 30 taken")
+        << QByteArray("[INTERVAL]\nTIMER=30\n") << 30 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("bad Limit1 keeps 50")
+        << QByteArray("[LIMIT]\nLimit1=abc\n") << 4 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("SCALEY3=0 keeps entry")
+        << QByteArray("[SCALES]\nSCALEY3=0\nSCALEY2=7\n") << 4 << 50 << 10000 << 0 << 25000.0;
+    QTest::newRow("SCALEY3 replaced")
+        << QByteArray("[SCALES]\nSCALEY3=1234\n") << 4 << 50 << 10000 << 0 << 1234.0;
     QTest::newRow("MDIWidth default, frmValLeft kept")
         << QByteArray("[POSITIONS]\nMDIWidth=\nfrmValTop=99\n") << 4 << 50 << 10000 << 0 << 25000.0;
-    QTest::newRow("positions taken") << QByteArray("[POSITIONS]\nMDIWidth=12000.6\nfrmValLeft=300\n[LIMIT]\nLimit1=60\n")
-                                     << 4 << 60 << 12001 << 300 << 25000.0;
+    QTest::newRow("positions taken")
+        << QByteArray("[POSITIONS]\nMDIWidth=12000.6\nfrmValLeft=300\n[LIMIT]\nLimit1=60\n") << 4
+        << 60 << 12001 << 300 << 25000.0;
 }
 
 void SettingsTest::readSettings()

@@ -4,7 +4,6 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QString>
-
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>

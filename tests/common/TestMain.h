@@ -5,8 +5,7 @@
 
 // Runs several Qt Test classes in one executable; the exit code counts the
 // classes that failed.
-template <typename... Tests>
-int runTests(int argc, char** argv)
+template <typename... Tests> int runTests(int argc, char** argv)
 {
     QApplication app(argc, argv);
     int failed = 0;

@@ -1,0 +1,204 @@
+#include "link/RunControl.h"
+
+#include "app/Notifier.h"
+#include "app/Station.h"
+#include "link/ProcessReply.h"
+#include "rs485/Waits.h"
+
+#include <QCoreApplication>
+
+namespace {
+constexpr int kStreamThreshold = 7; // one receive event per record
+constexpr int kMeasureTimeoutMs = 3000;
+constexpr int kReplyTimeoutMs = 2000;
+constexpr int kInBufferSize = 4096;
+
+// Waits for `count` bytes on the port; false after `ms` without them.
+bool waitForBytes(Station& st, int count, int ms)
+{
+    return WaitUntil([&] { return st.myComm.InBufferCount() >= count; }, ms,
+                     [&] { return st.exitFlag; });
+}
+
+void stopDeviceTimer(Station& st)
+{
+    if (!st.synchroFromTimer) {
+        st.HTmr.stop();
+        st.HTmr.setInterval(0);
+    }
+}
+
+void setRunning(Station& st, bool on)
+{
+    st.running = on;
+    Q_EMIT st.runningChanged(on);
+}
+} // namespace
+
+void Run(Station& st)
+{
+    st.stopRequest = false;
+    if (st.rs485Mode) {
+        if (st.foundDevices == 0) {
+            st.notifier().message(QStringLiteral("No Devices Found"));
+            st.Stop();
+            return;
+        }
+        setRunning(st, true);
+        RunWork485(st);
+        return;
+    }
+    if (!st.ensurePortOpen())
+        return;
+    st.myComm.setRThreshold(0);
+    st.myComm.Output(QByteArrayLiteral("XDAT?\r"));
+    setRunning(st, true);
+    RunWork(st);
+    st.myComm.setRThreshold(kStreamThreshold);
+}
+
+bool RunWork485(Station& st)
+{
+    st.applyTimerPeriod();
+    st.HTmr.start();
+    return true;
+}
+
+bool RunWork(Station& st)
+{
+    if (!st.running) {
+        stopDeviceTimer(st);
+        return false;
+    }
+    st.applyTimerPeriod();
+    if (st.synchroFromTimer)
+        st.HTmr.start();
+    else
+        st.HTmr.stop();
+
+    CommPort& port = st.myComm;
+    const int savedThreshold = port.RThreshold();
+    const int savedInputLen = port.InputLen();
+    port.setRThreshold(0);
+    port.setInputLen(0);
+    port.setPortOpen(false);
+    port.setInBufferSize(kInBufferSize);
+    st.format.recordLength = 6;
+    if (!st.ensurePortOpen()) {
+        port.setRThreshold(savedThreshold);
+        port.setInputLen(savedInputLen);
+        return false;
+    }
+    if (!st.format.autoLength) {
+        st.notifier().status(0, QStringLiteral("Running"));
+        port.setRThreshold(savedThreshold);
+        port.setInputLen(savedInputLen);
+        return true;
+    }
+
+    st.notifier().status(0, QStringLiteral("Please Wait...."));
+    port.Input();
+    const int want = 2 * st.format.recordLength;
+    if (!waitForBytes(st, want, kMeasureTimeoutMs)) {
+        st.notifier().status(0, QStringLiteral("No frame measured"));
+        st.notifier().message(QStringLiteral("Time Out"));
+        port.setRThreshold(savedThreshold);
+        port.setInputLen(savedInputLen);
+        return false;
+    }
+    const QByteArray sample = port.Input();
+    if (const quint8 mark = DetectMark(sample))
+        st.format.marker = mark;
+    if (const int len = DetectLen(sample, st.format.marker))
+        st.format.recordLength = len;
+    port.setPortOpen(false);
+    port.setInBufferSize(kInBufferSize);
+    st.ensurePortOpen();
+    port.setRThreshold(savedThreshold);
+    port.setInputLen(savedInputLen);
+    const bool measured = st.format.recordLength != 0;
+    st.notifier().status(0, measured ? QStringLiteral("Frame length %1, marker %2")
+                                           .arg(st.format.recordLength)
+                                           .arg(st.format.marker)
+                                     : QStringLiteral("No frame measured"));
+    return measured;
+}
+
+bool DetectFrame(Station& st, bool on)
+{
+    setRunning(st, on);
+    if (!on) {
+        stopDeviceTimer(st);
+        return true;
+    }
+    if (st.synchroFromTimer) {
+        st.applyTimerPeriod();
+        st.HTmr.start();
+        return true;
+    }
+    st.HTmr.stop();
+    CommPort& port = st.myComm;
+    const int savedThreshold = port.RThreshold();
+    const int savedInputLen = port.InputLen();
+    port.setRThreshold(0);
+    port.setInputLen(0);
+    port.setInBufferSize(kInBufferSize);
+    st.format.recordLength = 6;
+    bool found = false;
+    if (st.ensurePortOpen() && st.format.autoLength) {
+        QCoreApplication::processEvents();
+        port.Input();
+        if (!waitForBytes(st, 6, kMeasureTimeoutMs)) {
+            st.notifier().message(QStringLiteral("Time Out"));
+        } else {
+            const QByteArray sample = port.Input();
+            if (const quint8 mark = DetectMark(sample))
+                st.format.marker = mark;
+            st.format.recordLength = DetectLen(sample, st.format.marker);
+            found = true;
+        }
+        port.setPortOpen(false);
+        port.setInBufferSize(kInBufferSize);
+        st.ensurePortOpen();
+    }
+    port.setRThreshold(savedThreshold);
+    port.setInputLen(savedInputLen);
+    return found;
+}
+
+void OnComm(Station& st)
+{
+    if (st.synchroFromTimer)
+        return;
+    st.valueText = QStringLiteral("0");
+    ++st.eventCounter;
+    const int event = st.myComm.CommEvent();
+    if (event != CommPort::comEvReceive) {
+        st.notifier().status(0, QStringLiteral("CommEvent = %1").arg(event));
+        st.notifier().status(1, CommPort::eventText(event));
+        Q_EMIT st.lineEvent(event);
+        return;
+    }
+    ProcessRecord(st, st.myComm.Input());
+}
+
+void HTmr_Timer(Station& st)
+{
+    if (!st.running || !st.synchroFromTimer || st.rs485Mode || !st.myComm.PortOpen())
+        return;
+    CommPort& port = st.myComm;
+    const int savedThreshold = port.RThreshold();
+    port.setRThreshold(0);
+    port.Input(); // whatever streamed since the last tick is stale
+    port.Output(QByteArrayLiteral("DATA?\r"));
+    const int recordBytes = st.format.valueLength() + 2;
+    if (waitForBytes(st, recordBytes, kReplyTimeoutMs)) {
+        // A streaming analyzer may be mid-record when asked: take the newest
+        // complete record rather than the first seven bytes.
+        WaitMs(2);
+        const QByteArray record = LatestRecord(port.Input(), st.format);
+        if (!record.isEmpty())
+            ProcessRecord(st, record);
+    }
+    port.setRThreshold(savedThreshold);
+}
