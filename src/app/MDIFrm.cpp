@@ -4,6 +4,7 @@
 #include "app/Station.h"
 #include "app/frm_txt.h"
 #include "app/zep_cmnd.h"
+#include "display/frmOscil.h"
 #include "display/frmVal.h"
 
 #include <QAction>
@@ -35,9 +36,23 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     val_ = new frmVal(this);
     InitTypesFromDB();
     MDIForm_Load();
+    connectSinks();
+    connect(&st_, &Station::runningChanged, this, &MDIFrm::showRunning);
 }
 
-MDIFrm::~MDIFrm() = default;
+MDIFrm::~MDIFrm()
+{
+    // The station outlives the frame: nothing of it may call back into the windows.
+    for (auto& sink : {Station::MainGraphSink, Station::AddedGraphSink, Station::ValueWindowSink})
+        st_.sinks[sink] = nullptr;
+    disconnect(&st_, nullptr, this, nullptr);
+    if (mainGraph_)
+        disconnect(mainGraph_, nullptr, this, nullptr);
+    for (const QPointer<QWidget>& v : std::as_const(views_)) {
+        if (v)
+            disconnect(v, nullptr, this, nullptr);
+    }
+}
 
 QAction* MDIFrm::addItem(QMenu* menu, const char* name, const QString& caption)
 {
@@ -75,10 +90,11 @@ void MDIFrm::buildMenus()
 
     QMenu* mode = menu("mnuMode", QStringLiteral("&Mode"));
     later(addItem(mode, "mnuFind", QStringLiteral("&Find")));
-    later(addItem(mode, "mnuRun", QStringLiteral("&Run")));
+    connect(addItem(mode, "mnuRun", QStringLiteral("&Run")), &QAction::triggered, this,
+            &MDIFrm::mnuRun_Click);
     QAction* stop = addItem(mode, "mnuStop", QStringLiteral("&Stop"));
     stop->setVisible(false);
-    later(stop);
+    connect(stop, &QAction::triggered, this, &MDIFrm::mnuStop_Click);
 
     QMenu* view = menu("mnuView", QStringLiteral("&View"));
     for (auto [name, caption] : {std::pair{"mnuDigital", "&Digital"},
@@ -87,7 +103,9 @@ void MDIFrm::buildMenus()
                                  {"mnuGraph", "&Graph"}}) {
         QAction* a = addItem(view, name, QLatin1String(caption));
         a->setCheckable(true);
-        later(a);
+        const QString key = a->objectName().mid(3); // "mnuTable" is the "Table" view
+        viewItems_.insert(key, a);
+        connect(a, &QAction::triggered, this, [this, key] { Tbr1_ButtonClick(key); });
     }
 
     QMenu* set = menu("mnuSet", QStringLiteral("&Set"));
@@ -150,14 +168,14 @@ void MDIFrm::buildToolbar()
     };
     static constexpr Key kKeys[] = {
         {"Find", "Find", "Find the analyzers on the RS-485 line", false},
-        {"Run", "Run", "Start reading the analyzer", false},
-        {"Stop", "Stop", "Stop reading the analyzer", false},
+        {"Run", "Run", "Start reading the analyzer", true},
+        {"Stop", "Stop", "Stop reading the analyzer", true},
         {"Send", "Send", "Send the text of the send line, followed by CR", true},
         {"Write", "&Write", "Start or end recording to the data files", true},
-        {"Graph", "Graph", "Show or close the trend graph", false},
-        {"Diagram", "Diagram", "Show or close the bar diagram", false},
-        {"Table", "Table", "Show or close the table of readings", false},
-        {"Digital", "Digital", "Show or close the large digital value", false},
+        {"Graph", "Graph", "Show or close the trend graph", true},
+        {"Diagram", "Diagram", "Show or close the bar diagram", true},
+        {"Table", "Table", "Show or close the table of readings", true},
+        {"Digital", "Digital", "Show or close the large digital value", true},
         {"Set", "Set", "Port and polling settings", true},
         {"Exit", "Exit", "Close the station", true},
         {"Z", "Z", "Set the analyzer's zero position to the Z-pos value", true},
@@ -175,7 +193,7 @@ void MDIFrm::buildToolbar()
         connect(a, &QAction::triggered, this, [this, key] { Tbr1_ButtonClick(key); });
     }
     keys_.value(QStringLiteral("Write"))->setCheckable(true);
-    for (const char* k : {"Graph", "Diagram", "Table", "Digital"})
+    for (const char* k : {"Run", "Stop", "Graph", "Diagram", "Table", "Digital"})
         keys_.value(QLatin1String(k))->setCheckable(true);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/frmOscil.h"
+
 #include <QHash>
 #include <QList>
 #include <QMainWindow>
@@ -10,6 +12,8 @@ class QComboBox;
 class QLabel;
 class QLineEdit;
 class QMdiArea;
+class QMdiSubWindow;
+struct WindowPlace;
 class QMenu;
 class QPushButton;
 class QToolBar;
@@ -53,6 +57,15 @@ public:
     void mnuShowVal_Click();
     void Tbr1_ButtonClick(const QString& key);
     void cmbType_Click();
+    void mnuGraph_Click();
+    // Opens the view with this toolbar key ("Digital", "Table", "Diagram"), or closes it.
+    void toggleView(const QString& key);
+    QWidget* view(const QString& key) const;
+    void mnuRun_Click();
+    void mnuStop_Click();
+
+    frmOscil* mainGraph() const { return mainGraph_; }
+    frmOscil* addedGraph() const { return addedGraph_; }
 
     bool exiting() const { return exiting_; }
 
@@ -74,11 +87,22 @@ private:
     // Lays the child windows out one after the other along `direction`.
     void tile(Qt::Orientation direction);
     void zeroButton(const QString& key);
+    void MDIForm_Activate();
+    void openMainGraph(const QRect& fallback);
+    QMdiSubWindow* addGraphWindow(frmOscil* graph, const WindowPlace& place,
+                                  const QRect& fallback);
+    void setViewChecked(const QString& key, bool on);
+    void connectSinks();
+    void collectGraphLayout();
+    void applyGraphPreset();
+    void showRunning(bool running);
+    void showOnViews(double value);
 
     Station& st_;
     QMdiArea* mdi_ = nullptr;
     QToolBar* tbr1_ = nullptr;
     QHash<QString, QAction*> keys_;
+    QHash<QString, QAction*> viewItems_; // View menu items by view key
     QList<QPushButton*> cmdCommands_;
     QComboBox* cmbType_ = nullptr;
     QLineEdit* txtTo_ = nullptr;
@@ -87,6 +111,9 @@ private:
     QList<QLabel*> panels_;
     frmVal* val_ = nullptr;
     QPointer<frm_txt> txt_;
+    QPointer<frmOscil> mainGraph_;
+    QPointer<frmOscil> addedGraph_;
+    QHash<QString, QPointer<QWidget>> views_;
     bool typeSelected_ = false;
     bool activated_ = false;
     bool exiting_ = false;

@@ -8,7 +8,9 @@
 #include "app/frmPathA.h"
 #include "app/frm_txt.h"
 #include "app/twips.h"
+#include "display/frmOscil.h"
 #include "display/frmVal.h"
+#include "link/RunControl.h"
 #include "rs485/Waits.h"
 
 #include <QAction>
@@ -51,6 +53,7 @@ void MDIFrm::collectLayout()
     l.mdiHeight = toTwips(height());
     l.valLeft = toTwips(val_->x());
     l.valTop = toTwips(val_->y());
+    collectGraphLayout();
 }
 
 void MDIFrm::mnuSaveConf_Click()
@@ -75,6 +78,7 @@ void MDIFrm::mnuReadConf_Click()
     st_.limit1 = 50;
     st_.limit2 = 80;
     applyLayout();
+    applyGraphPreset();
     // Save what was just restored, not the places before the move.
     SaveSettings(st_);
 }
@@ -148,6 +152,11 @@ void MDIFrm::mnuShowVal_Click()
 {
     const bool on = findChild<QAction*>(QStringLiteral("mnuShowVal"))->isChecked();
     textWindow()->setVisible(on);
+    // The text window is where the graph's cursor read-out appears.
+    for (frmOscil* g : {mainGraph_.data(), addedGraph_.data()}) {
+        if (g)
+            g->cursorOption = on;
+    }
 }
 
 void MDIFrm::Tbr1_ButtonClick(const QString& key)
@@ -169,6 +178,15 @@ void MDIFrm::Tbr1_ButtonClick(const QString& key)
     } else if (key == QLatin1String("About")) {
         frmAbout dlg(this);
         dlg.exec();
+    } else if (key == QLatin1String("Run")) {
+        mnuRun_Click();
+    } else if (key == QLatin1String("Stop")) {
+        mnuStop_Click();
+    } else if (key == QLatin1String("Graph")) {
+        mnuGraph_Click();
+    } else if (key == QLatin1String("Digital") || key == QLatin1String("Table") ||
+               key == QLatin1String("Diagram")) {
+        toggleView(key);
     } else if (key == QLatin1String("Exit")) {
         mnuExit_Click();
     } else if (key == QLatin1String("Z") || key == QLatin1String("Z0") ||
@@ -188,7 +206,28 @@ void MDIFrm::zeroButton(const QString&)
 void MDIFrm::showEvent(QShowEvent* e)
 {
     QMainWindow::showEvent(e);
-    activated_ = true;
+    if (!activated_) {
+        activated_ = true;
+        MDIForm_Activate();
+    }
+}
+
+void MDIFrm::mnuRun_Click()
+{
+    Run(st_);
+}
+
+void MDIFrm::mnuStop_Click()
+{
+    st_.Stop();
+}
+
+void MDIFrm::showRunning(bool running)
+{
+    findChild<QAction*>(QStringLiteral("mnuRun"))->setVisible(!running);
+    findChild<QAction*>(QStringLiteral("mnuStop"))->setVisible(running);
+    keys_.value(QStringLiteral("Run"))->setChecked(running);
+    keys_.value(QStringLiteral("Stop"))->setChecked(!running);
 }
 
 void MDIFrm::mnuExit_Click()
@@ -200,6 +239,10 @@ void MDIFrm::mnuExit_Click()
     st_.HTmr.stop();
     st_.HTmr.setInterval(0);
     st_.Stop();
+    for (frmOscil* g : {mainGraph_.data(), addedGraph_.data()}) {
+        if (g)
+            g->cursorOption = false; // the cursor watch ends with the graphs
+    }
     PauseMs(100, 10);
     if (txt_)
         txt_->close();

@@ -3,6 +3,8 @@
 #include "app/IniFile.h"
 #include "app/SettingsKeys.h"
 #include "app/Station.h"
+#include "link/RunControl.h"
+#include "link/frmSet.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -64,6 +66,9 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
 
     auto* cmdSave = new QPushButton(QStringLiteral("Save"), this);
     cmdSave->setObjectName(QStringLiteral("cmdSave"));
+    auto* cmdFormat = new QPushButton(QStringLiteral("Data &Format..."), this);
+    cmdFormat->setObjectName(QStringLiteral("cmdFormat"));
+    cmdFormat->setToolTip(QStringLiteral("Layout of the analyzer's records"));
     auto* cmdClose = new QPushButton(QStringLiteral("Close"), this);
     cmdClose->setObjectName(QStringLiteral("cmdClose"));
     cmdClose->setDefault(true);
@@ -86,6 +91,7 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     grid->addWidget(cmbPortName_, 2, 1, 1, 2);
 
     auto* buttons = new QHBoxLayout;
+    buttons->addWidget(cmdFormat);
     buttons->addStretch();
     buttons->addWidget(cmdSave);
     buttons->addWidget(cmdClose);
@@ -109,6 +115,12 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     connect(cmbPortName_, &QComboBox::activated, this, &frmCOM::cmbPortName_Click);
     connect(cmdSave, &QPushButton::clicked, this, &frmCOM::cmdSave_Click);
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::accept);
+    connect(cmdFormat, &QPushButton::clicked, this, [this] {
+        frmSet dlg(st_, this);
+        // A layout applied with auto-detection on is measured on the live stream.
+        if (dlg.exec() == QDialog::Accepted && st_.format.autoLength && st_.running)
+            DetectFrame(st_, true);
+    });
 
     adjustSize();
     if (const QScreen* s = screen()) {

@@ -1,17 +1,68 @@
 // Start-up of the station: the windowed station by default, or the core
 // alone with --headless.
 #include "app/GuiNotifier.h"
+#include "app/Headless.h"
 #include "app/MDIFrm.h"
 #include "app/Settings.h"
 #include "app/Station.h"
 #include "display/frmVal.h"
+#include "sim/SimHost.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QTimer>
+#include <cstring>
+#include <memory>
 
 namespace {
 
-int runWindowed(QApplication& app)
+struct Options
+{
+    bool headless = false;
+    HeadlessOptions run;
+};
+
+Options parse(const QCoreApplication& app)
+{
+    QCommandLineParser cli;
+    cli.setApplicationDescription(
+        QStringLiteral("Velmora: monitoring station for CH4/CO2 gas analyzers on a serial line."));
+    cli.addHelpOption();
+    cli.addVersionOption();
+    const QCommandLineOption headless(
+        QStringLiteral("headless"),
+        QStringLiteral("Run without windows: print one line per reading (time, raw, ppm)."));
+    const QCommandLineOption simulate(
+        QStringLiteral("simulate"),
+        QStringLiteral("Use the built-in simulated analyzer on a pseudo-terminal."));
+    const QCommandLineOption simRate(QStringLiteral("sim-rate"),
+                                     QStringLiteral("Simulated readings per second (default 1)."),
+                                     QStringLiteral("n"), QStringLiteral("1"));
+    const QCommandLineOption fromDevice(
+        QStringLiteral("from-device"),
+        QStringLiteral("Start in \"From Device\" mode: take every record the analyzer "
+                       "streams instead of polling once per timer period."));
+    const QCommandLineOption verbose(QStringLiteral("verbose"),
+                                     QStringLiteral("Headless: also print status texts."));
+    cli.addOptions({headless, simulate, simRate, fromDevice, verbose});
+    cli.process(app);
+
+    Options o;
+    o.headless = cli.isSet(headless);
+    o.run.simulate = cli.isSet(simulate);
+    o.run.fromDevice = cli.isSet(fromDevice);
+    o.run.verbose = cli.isSet(verbose);
+    bool ok = false;
+    o.run.simRate = cli.value(simRate).toDouble(&ok);
+    if (!ok || o.run.simRate <= 0 || o.run.simRate > 1000) {
+        std::fprintf(stderr, "velmora: --sim-rate takes a number of readings per second "
+                             "above 0 and up to 1000\n");
+        std::exit(2);
+    }
+    return o;
+}
+
+int runWindowed(QApplication& app, const Options& o)
 {
     // The order matters: defaults, device defaults, priority, the frame with
     // its device types and catalogue, then the settings file, then show.
@@ -24,27 +75,64 @@ int runWindowed(QApplication& app)
     notifier.setParentWindow(&frm);
     notifier.setPanels(frm.statusPanels());
     ReadSettings(st);
+
+    SimHost sim;
+    if (o.run.simulate) {
+        SimConfig config;
+        config.readingsPerSecond = o.run.simRate;
+        QString why;
+        const QString tty = sim.start(config, &why);
+        if (tty.isEmpty()) {
+            notifier.message(QStringLiteral("Can't start the simulator: %1").arg(why));
+        } else {
+            st.simulatorTty = tty;
+            st.portName = tty;
+            st.applyPortSettings();
+            notifier.status(1, QStringLiteral("Simulated analyzer on %1").arg(tty));
+        }
+    }
+    if (o.run.fromDevice)
+        st.synchroFromTimer = false;
     frm.applyLayout();
     frm.valueWindow()->show();
     frm.show();
-    return app.exec();
+    // On the simulator there is nothing to set up: start reading at once.
+    if (sim.isRunning())
+        QTimer::singleShot(0, &frm, [&frm] { frm.mnuRun_Click(); });
+    const int rc = app.exec();
+    sim.stop();
+    return rc;
+}
+
+bool wantsHeadless(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--headless") == 0)
+            return true;
+    }
+    return false;
+}
+
+void describe(QCoreApplication& app)
+{
+    app.setApplicationName(QStringLiteral("velmora"));
+    app.setApplicationVersion(QStringLiteral(VELMORA_VERSION));
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Without windows no display is needed, so the plain core application runs.
+    if (wantsHeadless(argc, argv)) {
+        QCoreApplication app(argc, argv);
+        describe(app);
+        const Options o = parse(app);
+        return runHeadless(app, o.run);
+    }
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("velmora"));
+    describe(app);
     QApplication::setApplicationDisplayName(QStringLiteral("Velmora"));
-    QApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
-
-    QCommandLineParser cli;
-    cli.setApplicationDescription(
-        QStringLiteral("Velmora: monitoring station for CH4/CO2 gas analyzers on a serial line."));
-    cli.addHelpOption();
-    cli.addVersionOption();
-    cli.process(app);
-
-    return runWindowed(app);
+    const Options o = parse(app);
+    return runWindowed(app, o);
 }

@@ -3,5 +3,5 @@
 
 int main(int argc, char** argv)
 {
-    return runTests<SettingsTest, CatalogueTest, MainFrameTest>(argc, argv);
+    return runTests<SettingsTest, CatalogueTest, MainFrameTest, ViewsTest, HeadlessTest>(argc, argv);
 }

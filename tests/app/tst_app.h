@@ -56,3 +56,24 @@ private Q_SLOTS:
 private:
     std::unique_ptr<QTemporaryDir> dir_;
 };
+
+class HeadlessTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void printsReadingsAndStopsOnSigterm();
+    void unusablePortIsAnErrorExit();
+};
+
+class ViewsTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void toggles_data();
+    void toggles();
+    void readingsReachViews();
+
+private:
+    std::unique_ptr<QTemporaryDir> dir_;
+};

@@ -3,5 +3,5 @@
 
 int main(int argc, char** argv)
 {
-    return runTests<FramingTest, ReplyTest, RunControlTest>(argc, argv);
+    return runTests<FramingTest, ReplyTest, RunControlTest, FormatDialogTest>(argc, argv);
 }

@@ -40,3 +40,12 @@ private Q_SLOTS:
     void pulledDeviceKeepsRunning();
     void badSettingsAreAMessage();
 };
+
+class FormatDialogTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void layoutAndApply_data();
+    void layoutAndApply();
+    void cancelKeepsRecord();
+};

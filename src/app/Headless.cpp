@@ -1,0 +1,108 @@
+#include "app/Headless.h"
+
+#include "app/Notifier.h"
+#include "app/Settings.h"
+#include "app/Station.h"
+#include "app/zep_cmnd.h"
+#include "link/CommPort.h"
+#include "link/RunControl.h"
+#include "rs485/Waits.h"
+#include "sim/SimHost.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QSocketNotifier>
+#include <csignal>
+#include <cstdio>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+int signalFds[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char c = 1;
+    (void)::write(signalFds[0], &c, 1);
+}
+
+void printReading(double value)
+{
+    const QString line = QStringLiteral("%1 %2 %3\n")
+                             .arg(QDateTime::currentDateTime().toString(Qt::ISODate))
+                             .arg(qRound(value))
+                             .arg(value / 10.0, 0, 'f', 1);
+    std::fputs(line.toLocal8Bit().constData(), stdout);
+    std::fflush(stdout);
+}
+} // namespace
+
+int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
+{
+    HeadlessNotifier notifier;
+    notifier.verbose = options.verbose;
+    Station st(notifier);
+    st.ncom = 2;
+    iniDef(st);
+    raisePriority();
+    zep_cmnd::InitDataFormat(st.format,
+                             zep_cmnd::deviceTypes().at(zep_cmnd::defaultTypeIndex));
+    ReadSettings(st);
+
+    SimHost sim;
+    if (options.simulate) {
+        SimConfig config;
+        config.readingsPerSecond = options.simRate;
+        QString why;
+        const QString tty = sim.start(config, &why);
+        if (tty.isEmpty()) {
+            notifier.message(QStringLiteral("Can't start the simulator: %1").arg(why));
+            return 1;
+        }
+        st.simulatorTty = tty;
+        st.portName = tty;
+        st.applyPortSettings();
+        std::fprintf(stderr, "velmora: simulated analyzer on %s\n", qPrintable(tty));
+    }
+    st.synchroFromTimer = !options.fromDevice;
+    st.sinks[Station::MainGraphSink] = [](double value, const QByteArray&) {
+        printReading(value);
+    };
+    QObject::connect(&st, &Station::lineEvent, &app, [](int event) {
+        std::fprintf(stderr, "velmora: CommEvent = %d: %s\n", event,
+                     qPrintable(CommPort::eventText(event)));
+    });
+
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
+        notifier.message(QStringLiteral("Can't watch for signals"));
+        return 1;
+    }
+    QSocketNotifier sigWatch(signalFds[1], QSocketNotifier::Read);
+    int exitCode = 0;
+    QObject::connect(&sigWatch, &QSocketNotifier::activated, &app, [&] {
+        char c;
+        (void)::read(signalFds[1], &c, 1);
+        sigWatch.setEnabled(false);
+        st.exitFlag = true;
+        st.HTmr.stop();
+        st.Stop();
+        PauseMs(100, 10);
+        st.myComm.setPortOpen(false);
+        app.exit(exitCode);
+    });
+    struct sigaction sa = {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &sa, nullptr);
+    sigaction(SIGTERM, &sa, nullptr);
+
+    Run(st);
+    if (!st.myComm.PortOpen())
+        return 1; // the reason was printed when the port failed to open
+    const int rc = app.exec();
+    sim.stop();
+    ::close(signalFds[0]);
+    ::close(signalFds[1]);
+    return rc;
+}

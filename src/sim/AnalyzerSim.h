@@ -1,0 +1,113 @@
+#pragma once
+
+#include "sim/LineSplitter.h"
+#include "sim/PtyLine.h"
+#include "sim/SimConfig.h"
+#include "sim/SimUnit.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QTimer>
+#include <vector>
+
+// A gas analyzer at the far end of a pseudo-terminal: either one ZEP-C or
+// ZEP-D that streams records after "XDAT?", or an RS-485 line of addressed
+// analyzers that answer "#hh" frames. It answers the maintenance commands,
+// paces its bytes at the line's baud rate and injects faults on request.
+//
+// The object works on the thread it lives on; the logs may be read from any
+// thread.
+class AnalyzerSim : public QObject
+{
+    Q_OBJECT
+public:
+    enum class Fault
+    {
+        None,
+        Garbled,
+        OutOfStep
+    };
+    // One record or data reply as it went out, complete, on the line.
+    struct SentRecord
+    {
+        int address = -1; // -1 for the streaming analyzer
+        int value = 0;    // CH4, tenths of ppm
+        int second = 0;   // CO2 of a data reply, tenths of ppm
+        Fault fault = Fault::None;
+        QByteArray bytes;
+    };
+
+    explicit AnalyzerSim(const SimConfig& config = {}, QObject* parent = nullptr);
+
+    // Creates the pseudo-terminal and starts the timed faults of the config.
+    bool start(QString* error = nullptr);
+    // The device the station opens.
+    QString ttyPath() const { return line_.ttyPath(); }
+    const SimConfig& config() const { return config_; }
+    bool isStreaming() const { return stream_.isActive(); }
+
+    // The analyzer at `address` (-1 or any address for the streaming one);
+    // nullptr when there is none.
+    const SimUnit* unit(int address = -1) const;
+    void setSerialNumber(int address, const QByteArray& serial);
+
+    // Faults. The injected ones apply to the next record or data reply.
+    void injectGarble();
+    void injectOutOfStep(int bytes = 3);
+    void injectBurst(int records = 3);
+    void setBurstSize(int records);
+    void setSilent(bool silent);
+    bool isSilent() const { return silent_; }
+    // Closes the line for good, as if the device were unplugged.
+    void pullDevice();
+    bool isPulled() const { return pulled_; }
+
+    // What the analyzer heard and sent.
+    QList<QByteArray> commands() const;
+    QList<SentRecord> records() const;
+    int recordCount() const;
+    void clearLogs();
+
+Q_SIGNALS:
+    void commandReceived(const QByteArray& command);
+    void recordSent(int address, int value);
+    void devicePulled();
+
+private:
+    SimUnit* unitAt(int address);
+    void onReceived(const QByteArray& bytes);
+    void handleLine(const QByteArray& line);
+    void answer(SimUnit& u, const QByteArray& command);
+    void reply(const QByteArray& bytes);
+    void startStreaming();
+    void stopStreaming();
+    void onStreamTick();
+    int takeReading(SimUnit& u);
+    SentRecord makeRecord(SimUnit& u);
+    SentRecord makeDataReply(SimUnit& u);
+    void applyFaults(SentRecord& r, int digitsAt);
+    void deliver(const SentRecord& r, bool mayHold);
+    void logSent(const SentRecord& r);
+
+    SimConfig config_;
+    PtyLine line_;
+    LineSplitter splitter_;
+    std::vector<SimUnit> units_;
+    QTimer stream_;
+
+    bool silent_ = false;
+    bool pulled_ = false;
+    int recordNo_ = 0; // records and data replies made so far
+    bool garbleNext_ = false;
+    int shiftNext_ = 0; // bytes of shift for the next record, 0 for none
+    int burstOnce_ = 0; // records of a one-off burst still to collect
+    int burstSize_ = 1;
+    QByteArray heldBytes_; // records held back for a burst
+    QList<SentRecord> held_;
+
+    mutable QMutex logLock_;
+    QList<QByteArray> commands_;
+    QList<SentRecord> sent_;
+};

@@ -1,0 +1,61 @@
+#include "sim/SimConfig.h"
+
+#include <QStringList>
+#include <algorithm>
+
+std::optional<AnalyzerType> analyzerTypeFromName(const QString& name)
+{
+    const QString n = name.trimmed().toUpper();
+    if (n == QLatin1String("ZEP-C"))
+        return AnalyzerType::ZepC;
+    if (n == QLatin1String("ZEP-D"))
+        return AnalyzerType::ZepD;
+    return std::nullopt;
+}
+
+QString analyzerTypeName(AnalyzerType type)
+{
+    return type == AnalyzerType::ZepC ? QStringLiteral("ZEP-C") : QStringLiteral("ZEP-D");
+}
+
+std::optional<QList<int>> parseAddressList(const QString& text, QString* error)
+{
+    auto fail = [&](const QString& why) -> std::optional<QList<int>> {
+        if (error)
+            *error = QStringLiteral("Bad address list \"%1\": %2").arg(text, why);
+        return std::nullopt;
+    };
+    auto address = [](const QString& s, bool* ok) {
+        const int a = s.trimmed().toInt(ok);
+        *ok = *ok && a >= 0 && a <= 255;
+        return a;
+    };
+
+    QList<int> out;
+    const QStringList items = text.split(',', Qt::SkipEmptyParts);
+    if (items.isEmpty())
+        return fail(QStringLiteral("no address given"));
+    for (const QString& item : items) {
+        const QStringList range = item.split('-');
+        bool okA = false;
+        bool okB = false;
+        if (range.size() == 1) {
+            out << address(range[0], &okA);
+            if (!okA)
+                return fail(QStringLiteral("\"%1\" is not an address 0..255").arg(item.trimmed()));
+        } else if (range.size() == 2) {
+            const int a = address(range[0], &okA);
+            const int b = address(range[1], &okB);
+            if (!okA || !okB || a > b)
+                return fail(
+                    QStringLiteral("\"%1\" is not a range within 0..255").arg(item.trimmed()));
+            for (int i = a; i <= b; ++i)
+                out << i;
+        } else {
+            return fail(QStringLiteral("\"%1\" is not an address or a range").arg(item.trimmed()));
+        }
+    }
+    std::sort(out.begin(), out.end());
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+    return out;
+}

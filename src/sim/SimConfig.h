@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <optional>
+
+// The two streaming analyzer models. Both send five digits and two line-end
+// bytes; they differ in the order of those bytes, so the byte at index 6 (the
+// record marker) is LF for ZEP-C and CR for ZEP-D.
+enum class AnalyzerType
+{
+    ZepC,
+    ZepD
+};
+
+std::optional<AnalyzerType> analyzerTypeFromName(const QString& name);
+QString analyzerTypeName(AnalyzerType type);
+
+// Everything a simulated line is started with. An empty address list means one
+// streaming analyzer; a non-empty one means an RS-485 line of addressed analyzers.
+struct SimConfig
+{
+    AnalyzerType type = AnalyzerType::ZepD;
+    int baud = 9600;
+    double readingsPerSecond = 1.0;
+    QList<int> addresses;
+    // Seed of the concentration traces; without one every run differs.
+    std::optional<quint32> seed;
+
+    // Faults repeated for the whole run (0 = never).
+    int garbleEvery = 0;     // every Nth record carries a non-digit in its value
+    int shiftEvery = 0;      // every Nth record arrives out of step
+    int burstSize = 1;       // records held back and delivered together
+    int silenceAfterMs = -1; // stop answering after this long (-1 = never)
+    int pullAfterMs = -1;    // close the line after this long (-1 = never)
+
+    bool isRs485() const { return !addresses.isEmpty(); }
+};
+
+// Parses "1,2,10-12" into sorted, distinct addresses 0..255; nullopt (and a
+// reason in *error) for anything else.
+std::optional<QList<int>> parseAddressList(const QString& text, QString* error = nullptr);

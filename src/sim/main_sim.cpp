@@ -1,0 +1,151 @@
+// velmora-sim: a simulated gas analyzer (or an RS-485 line of them) behind a
+// pseudo-terminal. Prints the tty to open and runs until SIGINT or SIGTERM.
+#include "sim/AnalyzerSim.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char c = 1;
+    [[maybe_unused]] const auto n = ::write(signalPipe[1], &c, 1);
+}
+
+// SIGINT and SIGTERM end the event loop through a pipe, outside the handler.
+bool quitOnSignals(QCoreApplication& app)
+{
+    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
+        return false;
+    auto* n = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
+    QObject::connect(n, &QSocketNotifier::activated, &app, [] { QCoreApplication::quit(); });
+    struct sigaction sa = {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    return ::sigaction(SIGINT, &sa, nullptr) == 0 && ::sigaction(SIGTERM, &sa, nullptr) == 0;
+}
+
+[[noreturn]] void fail(const QString& text)
+{
+    std::fprintf(stderr, "velmora-sim: %s\n", qPrintable(text));
+    std::exit(2);
+}
+
+int intOption(const QCommandLineParser& cli, const QString& name, int min, int max)
+{
+    bool ok = false;
+    const int v = cli.value(name).toInt(&ok);
+    if (!ok || v < min || v > max)
+        fail(QStringLiteral("--%1 must be a whole number from %2 to %3")
+                 .arg(name)
+                 .arg(min)
+                 .arg(max));
+    return v;
+}
+
+int msOption(const QCommandLineParser& cli, const QString& name)
+{
+    bool ok = false;
+    const double s = cli.value(name).toDouble(&ok);
+    if (!ok || s < 0 || s > 86400 * 7)
+        fail(QStringLiteral("--%1 must be a number of seconds").arg(name));
+    return int(s * 1000);
+}
+
+SimConfig configFrom(const QCommandLineParser& cli)
+{
+    SimConfig c;
+    if (cli.isSet("type")) {
+        const auto t = analyzerTypeFromName(cli.value("type"));
+        if (!t)
+            fail(QStringLiteral("--type must be ZEP-C or ZEP-D"));
+        c.type = *t;
+    }
+    if (cli.isSet("baud"))
+        c.baud = intOption(cli, "baud", 50, 4000000);
+    if (cli.isSet("rate")) {
+        bool ok = false;
+        c.readingsPerSecond = cli.value("rate").toDouble(&ok);
+        if (!ok || c.readingsPerSecond < 0.01 || c.readingsPerSecond > 100)
+            fail(QStringLiteral("--rate must be 0.01 to 100 readings per second"));
+    }
+    if (cli.isSet("rs485")) {
+        QString why;
+        const auto list = parseAddressList(cli.value("rs485"), &why);
+        if (!list)
+            fail(why);
+        c.addresses = *list;
+    }
+    if (cli.isSet("seed")) {
+        bool ok = false;
+        c.seed = cli.value("seed").toUInt(&ok);
+        if (!ok)
+            fail(QStringLiteral("--seed must be a whole number"));
+    }
+    if (cli.isSet("garble-every"))
+        c.garbleEvery = intOption(cli, "garble-every", 1, 1000000);
+    if (cli.isSet("shift-every"))
+        c.shiftEvery = intOption(cli, "shift-every", 1, 1000000);
+    if (cli.isSet("burst"))
+        c.burstSize = intOption(cli, "burst", 1, 1000);
+    if (cli.isSet("silence-after"))
+        c.silenceAfterMs = msOption(cli, "silence-after");
+    if (cli.isSet("pull-after"))
+        c.pullAfterMs = msOption(cli, "pull-after");
+    return c;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("velmora-sim"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(VELMORA_VERSION));
+
+    QCommandLineParser cli;
+    cli.setApplicationDescription(QStringLiteral(
+        "Simulated CH4/CO2 gas analyzer on a pseudo-terminal. Prints the tty to open\n"
+        "and runs until interrupted. One streaming analyzer unless --rs485 is given."));
+    cli.addHelpOption();
+    cli.addVersionOption();
+    cli.addOptions({
+        {"type", "Analyzer model: ZEP-C (records end CR LF) or ZEP-D (LF CR); default ZEP-D.",
+         "model", "ZEP-D"},
+        {"baud", "Line speed that paces the bytes (10 bits a byte); default 9600.", "baud", "9600"},
+        {"rate", "Readings per second while streaming; default 1.", "per-second", "1.0"},
+        {"rs485", "RS-485 line of analyzers at these addresses, e.g. 1,2,10-12.", "addresses"},
+        {"seed", "Seed of the concentration traces (same seed, same readings).", "n"},
+        {"garble-every", "Put a non-digit into every Nth record.", "n"},
+        {"shift-every", "Send every Nth record out of step.", "n"},
+        {"burst", "Hold records back and deliver N at a time.", "n"},
+        {"silence-after", "Stop answering after this many seconds.", "seconds"},
+        {"pull-after", "Close the line (unplugged device) after this many seconds.", "seconds"},
+    });
+    cli.process(app);
+    if (!cli.positionalArguments().isEmpty())
+        fail(QStringLiteral("unexpected argument \"%1\"").arg(cli.positionalArguments().first()));
+
+    AnalyzerSim sim(configFrom(cli));
+    QString why;
+    if (!sim.start(&why))
+        fail(why);
+    if (!quitOnSignals(app))
+        fail(QStringLiteral("can't catch SIGINT and SIGTERM"));
+    QObject::connect(&sim, &AnalyzerSim::devicePulled,
+                     [] { std::fprintf(stderr, "velmora-sim: line closed (device pulled)\n"); });
+
+    std::printf("%s\n", qPrintable(sim.ttyPath()));
+    std::fflush(stdout);
+    app.exec();
+    return 0;
+}

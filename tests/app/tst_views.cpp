@@ -1,0 +1,95 @@
+// The views' toggles and contents, driven through the main frame.
+#include "tst_app.h"
+
+#include "RecordingNotifier.h"
+#include "app/MDIFrm.h"
+#include "app/Station.h"
+#include "display/frmChart.h"
+#include "display/frmData.h"
+#include "display/frmFData.h"
+
+#include <QAction>
+#include <QMdiSubWindow>
+#include <QTableWidget>
+#include <QTest>
+
+void ViewsTest::init()
+{
+    dir_ = std::make_unique<QTemporaryDir>();
+    qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
+}
+
+void ViewsTest::toggles_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<bool>("byMenu");
+    QTest::addColumn<bool>("closeBox");
+    for (const char* key : {"Digital", "Table", "Diagram", "Graph"}) {
+        QTest::addRow("%s menu, menu", key) << QString::fromLatin1(key) << true << false;
+        QTest::addRow("%s button, close box", key) << QString::fromLatin1(key) << false << true;
+    }
+}
+
+void ViewsTest::toggles()
+{
+    QFETCH(QString, key);
+    QFETCH(bool, byMenu);
+    QFETCH(bool, closeBox);
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    f.show(); // first activation opens the graphs
+    QAction* menu = f.findChild<QAction*>(QStringLiteral("mnu") + key);
+    QAction* button = f.toolButton(key);
+    auto window = [&]() -> QWidget* {
+        return key == QLatin1String("Graph") ? static_cast<QWidget*>(f.mainGraph())
+                                             : f.view(key);
+    };
+    auto inStep = [&](bool open) {
+        return menu->isChecked() == open && button->isChecked() == open &&
+               (window() != nullptr) == open;
+    };
+    if (key == QLatin1String("Graph")) {
+        QVERIFY(inStep(true)); // the main graph opens with the frame
+        menu->trigger();
+        QVERIFY(QTest::qWaitFor([&] { return inStep(false); }, 2000));
+    }
+    QVERIFY(inStep(false));
+    (byMenu ? menu : button)->trigger();
+    QVERIFY(inStep(true));
+    if (closeBox)
+        window()->parentWidget()->close();
+    else
+        (byMenu ? menu : button)->trigger();
+    QVERIFY(QTest::qWaitFor([&] { return inStep(false); }, 2000));
+}
+
+void ViewsTest::readingsReachViews()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    f.show();
+    for (const char* key : {"Digital", "Table", "Diagram"})
+        f.toolButton(QLatin1String(key))->trigger();
+    auto* table = qobject_cast<frmFData*>(f.view(QStringLiteral("Table")));
+    QVERIFY(table);
+    QTableWidget* flx = table->Flx();
+    QCOMPARE(flx->horizontalHeaderItem(3)->text(), QStringLiteral("Temper"));
+    // Before any reading the value column holds the row numbers.
+    QCOMPARE(flx->item(0, 2)->text(), QStringLiteral("1"));
+    QCOMPARE(flx->item(4, 2)->text(), QStringLiteral("5"));
+    for (double v : {19.0, 23.0, 85.0})
+        st.deliver(v, "00000\n");
+    QCOMPARE(flx->item(0, 2)->text(), QStringLiteral("08.5"));
+    QCOMPARE(flx->item(1, 2)->text(), QStringLiteral("02.3"));
+    QCOMPARE(flx->item(2, 2)->text(), QStringLiteral("01.9"));
+    QCOMPARE(flx->item(3, 2)->text(), QStringLiteral("1")); // placeholders move down too
+    QCOMPARE(flx->item(2, 0)->text(), QStringLiteral("3"));
+    QVERIFY(!flx->item(0, 1)->text().isEmpty());
+    QCOMPARE(qobject_cast<frmData*>(f.view(QStringLiteral("Digital")))->valueText(),
+             QStringLiteral("08.5"));
+    auto* chart = qobject_cast<frmChart*>(f.view(QStringLiteral("Diagram")));
+    QCOMPARE(chart->barValue(0), 8.5);
+    QCOMPARE(chart->axisMax(), 2500.0); // index 4 of the diagram's own list
+}
