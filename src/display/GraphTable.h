@@ -39,6 +39,11 @@ public:
     // The table of `station`, created on first use.
     static GraphTable& of(Station& station);
 
+    // Subtracted from every stored value before any graph window draws it. The
+    // readings reach the graphs with the station's zero offset already taken
+    // off, so this is a display shift of its own, 0 unless someone sets it.
+    qint32 zeroOffset = 0;
+
     TrendGraph* mainGraph() const { return main_; }
     void setMainGraph(TrendGraph* g) { main_ = g; }
 

@@ -47,8 +47,12 @@ void MyPict::drawPoint(int i)
     const QPointF b = m.map(i, transform_.y(arrays_->value(i)));
     const QPointF a = i > 0 ? m.map(i - 1, transform_.y(arrays_->value(i - 1))) : b;
     QPainter p(&image_);
-    p.setPen(TraceRender::tracePen());
-    p.drawLine(a, b);
+    if (i == 0) {
+        TraceRender::drawDot(p, b);
+    } else {
+        p.setPen(TraceRender::tracePen());
+        p.drawLine(a, b);
+    }
     p.end();
     const double margin = TraceRender::kTraceWidth + 1;
     update(QRectF(a, b).normalized().adjusted(-margin, -margin, margin, margin).toAlignedRect());

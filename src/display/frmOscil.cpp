@@ -16,8 +16,8 @@
 #include <limits>
 
 frmOscil::frmOscil(Station& station, QWidget* parent)
-    : QWidget(parent), station_(station), arrays_(1000), limit1_(station.limit1),
-      limit2_(station.limit2)
+    : QWidget(parent), station_(station), table_(GraphTable::of(station)), arrays_(1000),
+      limit1_(station.limit1), limit2_(station.limit2)
 {
     abScaleY_.fill(10000.0F);
     setObjectName(QStringLiteral("frmOscil"));
@@ -36,7 +36,7 @@ frmOscil::frmOscil(Station& station, QWidget* parent)
 
 frmOscil::~frmOscil()
 {
-    GraphTable::of(station_).remove(this);
+    table_.remove(this);
 }
 
 void frmOscil::buildUi()
@@ -118,7 +118,7 @@ void frmOscil::SetabScaleY(int component, float value)
 
 TraceTransform frmOscil::transform() const
 {
-    return {station_.zeroOffset, chkLog_->isChecked()};
+    return {table_.zeroOffset, chkLog_->isChecked()};
 }
 
 bool frmOscil::InitPictLine(int points, float yExtent, int xGrid, int yGrid)
@@ -168,7 +168,7 @@ void frmOscil::showArray()
 
 void frmOscil::showArrayLog()
 {
-    pict_->setTransform({station_.zeroOffset, true});
+    pict_->setTransform({table_.zeroOffset, true});
     pict_->redrawAll();
 }
 

@@ -108,6 +108,7 @@ private:
     void pictMouseLeft();
 
     Station& station_;
+    GraphTable& table_; // the station's graph windows, this one among them once placed
     SampleArrays arrays_;
     double scaleValue_ = 1000; // the chosen full scale, ppm x10
     double labelValue_ = 1000; // the full scale the captions divide

@@ -109,10 +109,9 @@ int frmOscil::scaleXIndex() const
 
 template <typename F> void frmOscil::forEachSynchroGraph(F&& f)
 {
-    GraphTable& table = GraphTable::of(station_);
-    if (!table.contains(this))
+    if (!table_.contains(this))
         f(static_cast<TrendGraph*>(this));
-    table.forEachOpen(f);
+    table_.forEachOpen(f);
 }
 
 void frmOscil::scaleYCommitted()
@@ -208,7 +207,7 @@ void frmOscil::setSynchro(bool on)
 
 void frmOscil::synchroClicked(bool on)
 {
-    GraphTable::of(station_).forEachOpen([this, on](TrendGraph* g) {
+    table_.forEachOpen([this, on](TrendGraph* g) {
         if (g != this)
             g->setSynchro(on);
     });

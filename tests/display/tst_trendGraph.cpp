@@ -5,6 +5,8 @@
 
 #include <QCheckBox>
 #include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
 #include <cmath>
 
 void TestTrendGraph::loadsWithSettingsIndices()
@@ -52,7 +54,7 @@ void TestTrendGraph::pointLandsOnMapping()
     QFETCH(bool, log);
     QFETCH(double, y);
     GraphFixture f;
-    f.st.zeroOffset = zeroOffset;
+    GraphTable::of(f.st).zeroOffset = zeroOffset;
     f.w.findChild<QCheckBox*>("chkLog")->setChecked(log);
     for (int i = 0; i < 10; ++i)
         f.add(value);
@@ -131,6 +133,31 @@ void TestTrendGraph::hiddenWindowKeepsNoImage()
     QVERIFY(!f.w.picture()->hasBackingImage());
 }
 
+void TestTrendGraph::minimisedInMdiKeepsNoImage()
+{
+    RecordingNotifier n;
+    Station st(n);
+    QMdiArea mdi;
+    mdi.resize(800, 600);
+    auto* w = new frmOscil(st);
+    QMdiSubWindow* sub = mdi.addSubWindow(w);
+    mdi.show();
+    sub->show();
+    QVERIFY(QTest::qWaitForWindowExposed(&mdi));
+    QTRY_VERIFY(w->picture()->hasBackingImage());
+    sub->showMinimized();
+    QTRY_VERIFY(!w->picture()->hasBackingImage());
+    w->newValue = 300;
+    QVERIFY(w->SetNewPoint());
+    QVERIFY(!w->picture()->hasBackingImage());
+    sub->showNormal();
+    QTRY_VERIFY(w->picture()->hasBackingImage());
+    const GraphMapping m = w->picture()->mapping();
+    // The first point, a dot at the left edge, drawn once the window is shown again.
+    const QPoint p(0, int(m.py(300)));
+    QCOMPARE(w->picture()->image().pixelColor(p), QColor(0, 0, 0));
+}
+
 void TestTrendGraph::setNewPointA_data()
 {
     QTest::addColumn<double>("reading");
@@ -160,21 +187,33 @@ void TestTrendGraph::setNewPointA()
     }
 }
 
+void TestTrendGraph::highDpiRender_data()
+{
+    QTest::addColumn<int>("points");
+    QTest::newRow("segments") << 20;
+    QTest::newRow("column spans") << 24000;
+}
+
 void TestTrendGraph::highDpiRender()
 {
     // Twice as many device pixels: the trace lands at twice the coordinates,
-    // twice as thick.
-    SampleArrays a(20);
+    // twice as thick, whichever way it is drawn.
+    QFETCH(int, points);
+    SampleArrays a(points);
     RecordingNotifier n;
-    for (int p = 0; p < 20; ++p)
-        a.addPoint(500, 0, n);
+    for (int p = 0; p < points; ++p)
+        a.addPoint(p == points / 4 ? 900 : 500, 0, n);
     QImage img(QSize(400, 200), QImage::Format_RGB32);
     img.setDevicePixelRatio(2);
-    const GraphMapping m(GraphAxes::linear(20, 1000), QSizeF(200, 100));
+    const GraphMapping m(GraphAxes::linear(points, 1000), QSizeF(200, 100));
     TraceRender::draw(img, m, &a, {});
     const QColor black(0, 0, 0);
-    QCOMPARE(img.pixelColor(200, 98), black);
-    QCOMPARE(img.pixelColor(200, 101), black);
-    QVERIFY(img.pixelColor(200, 104) != black);
-    QVERIFY(img.pixelColor(200, 95) != black);
+    QCOMPARE(img.pixelColor(300, 98), black);
+    QCOMPARE(img.pixelColor(300, 101), black);
+    QVERIFY(img.pixelColor(300, 104) != black);
+    QVERIFY(img.pixelColor(300, 95) != black);
+    // The peak at a quarter of the screen: y = 900 is 20 device rows from the top.
+    const int peak = int(std::lround(m.px(points / 4) * 2));
+    QCOMPARE(img.pixelColor(peak, 19), black);
+    QVERIFY(img.pixelColor(peak, 15) != black);
 }

@@ -15,7 +15,9 @@ private Q_SLOTS:
     void shiftContinuesAtFourFifths();
     void incrementalMatchesFullRedraw();
     void hiddenWindowKeepsNoImage();
+    void minimisedInMdiKeepsNoImage();
     void setNewPointA_data();
     void setNewPointA();
+    void highDpiRender_data();
     void highDpiRender();
 };
