@@ -64,6 +64,62 @@ bool RunWork485(Station& st)
     return true;
 }
 
+namespace {
+// Keeps the port's receive settings for the length of a measurement.
+class ReceiveSettingsKept
+{
+public:
+    explicit ReceiveSettingsKept(CommPort& port)
+        : port_(port), threshold_(port.RThreshold()), inputLen_(port.InputLen())
+    {
+        port_.setRThreshold(0);
+        port_.setInputLen(0);
+    }
+    ~ReceiveSettingsKept()
+    {
+        port_.setRThreshold(threshold_);
+        port_.setInputLen(inputLen_);
+    }
+    ReceiveSettingsKept(const ReceiveSettingsKept&) = delete;
+    ReceiveSettingsKept& operator=(const ReceiveSettingsKept&) = delete;
+
+private:
+    CommPort& port_;
+    int threshold_;
+    int inputLen_;
+};
+
+enum class Sampled
+{
+    TimedOut,
+    Measured
+};
+
+// Throws away what is waiting, waits up to 3000 ms for `minBytes` of the live
+// stream and takes the marker and the record length from them; the port is
+// then reopened so that reception starts clean. A length of 0 is stored only
+// when `keepZeroLength`.
+Sampled sampleFrame(Station& st, int minBytes, bool keepZeroLength)
+{
+    CommPort& port = st.myComm;
+    port.Input();
+    if (!waitForBytes(st, minBytes, kMeasureTimeoutMs)) {
+        st.notifier().message(QStringLiteral("Time Out"));
+        return Sampled::TimedOut;
+    }
+    const QByteArray sample = port.Input();
+    if (const quint8 mark = DetectMark(sample))
+        st.format.marker = mark;
+    const int len = DetectLen(sample, st.format.marker);
+    if (len != 0 || keepZeroLength)
+        st.format.recordLength = len;
+    port.setPortOpen(false);
+    port.setInBufferSize(kInBufferSize);
+    st.ensurePortOpen();
+    return Sampled::Measured;
+}
+} // namespace
+
 bool RunWork(Station& st)
 {
     if (!st.running) {
@@ -77,45 +133,21 @@ bool RunWork(Station& st)
         st.HTmr.stop();
 
     CommPort& port = st.myComm;
-    const int savedThreshold = port.RThreshold();
-    const int savedInputLen = port.InputLen();
-    port.setRThreshold(0);
-    port.setInputLen(0);
+    const ReceiveSettingsKept kept(port);
     port.setPortOpen(false);
     port.setInBufferSize(kInBufferSize);
     st.format.recordLength = 6;
-    if (!st.ensurePortOpen()) {
-        port.setRThreshold(savedThreshold);
-        port.setInputLen(savedInputLen);
+    if (!st.ensurePortOpen())
         return false;
-    }
     if (!st.format.autoLength) {
         st.notifier().status(0, QStringLiteral("Running"));
-        port.setRThreshold(savedThreshold);
-        port.setInputLen(savedInputLen);
         return true;
     }
-
     st.notifier().status(0, QStringLiteral("Please Wait...."));
-    port.Input();
-    const int want = 2 * st.format.recordLength;
-    if (!waitForBytes(st, want, kMeasureTimeoutMs)) {
+    if (sampleFrame(st, 2 * st.format.recordLength, false) == Sampled::TimedOut) {
         st.notifier().status(0, QStringLiteral("No frame measured"));
-        st.notifier().message(QStringLiteral("Time Out"));
-        port.setRThreshold(savedThreshold);
-        port.setInputLen(savedInputLen);
         return false;
     }
-    const QByteArray sample = port.Input();
-    if (const quint8 mark = DetectMark(sample))
-        st.format.marker = mark;
-    if (const int len = DetectLen(sample, st.format.marker))
-        st.format.recordLength = len;
-    port.setPortOpen(false);
-    port.setInBufferSize(kInBufferSize);
-    st.ensurePortOpen();
-    port.setRThreshold(savedThreshold);
-    port.setInputLen(savedInputLen);
     const bool measured = st.format.recordLength != 0;
     st.notifier().status(0, measured ? QStringLiteral("Frame length %1, marker %2")
                                            .arg(st.format.recordLength)
@@ -137,33 +169,13 @@ bool DetectFrame(Station& st, bool on)
         return true;
     }
     st.HTmr.stop();
-    CommPort& port = st.myComm;
-    const int savedThreshold = port.RThreshold();
-    const int savedInputLen = port.InputLen();
-    port.setRThreshold(0);
-    port.setInputLen(0);
-    port.setInBufferSize(kInBufferSize);
+    const ReceiveSettingsKept kept(st.myComm);
+    st.myComm.setInBufferSize(kInBufferSize);
     st.format.recordLength = 6;
-    bool found = false;
-    if (st.ensurePortOpen() && st.format.autoLength) {
-        QCoreApplication::processEvents();
-        port.Input();
-        if (!waitForBytes(st, 6, kMeasureTimeoutMs)) {
-            st.notifier().message(QStringLiteral("Time Out"));
-        } else {
-            const QByteArray sample = port.Input();
-            if (const quint8 mark = DetectMark(sample))
-                st.format.marker = mark;
-            st.format.recordLength = DetectLen(sample, st.format.marker);
-            found = true;
-        }
-        port.setPortOpen(false);
-        port.setInBufferSize(kInBufferSize);
-        st.ensurePortOpen();
-    }
-    port.setRThreshold(savedThreshold);
-    port.setInputLen(savedInputLen);
-    return found;
+    if (!st.ensurePortOpen() || !st.format.autoLength)
+        return false;
+    QCoreApplication::processEvents();
+    return sampleFrame(st, 6, true) == Sampled::Measured;
 }
 
 void OnComm(Station& st)
