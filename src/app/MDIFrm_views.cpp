@@ -37,7 +37,9 @@ void MDIFrm::toggleView(const QString& key)
     QMdiSubWindow* sub = mdi_->addSubWindow(w);
     sub->setAttribute(Qt::WA_DeleteOnClose);
     const QRect area = mdi_->viewport()->rect();
-    sub->resize(qMax(240, area.width() - fromTwips(200)), qMax(180, area.height() - fromTwips(60)));
+    // A view opens at the top left of the window area, nearly filling it.
+    sub->setGeometry(0, 0, qMax(240, area.width() - fromTwips(200)),
+                     qMax(180, area.height() - fromTwips(60)));
     connect(w, &QObject::destroyed, this, [this, key] {
         views_.remove(key);
         setViewChecked(key, false);
