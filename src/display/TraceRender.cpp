@@ -121,7 +121,7 @@ ColumnRows widenedColumns(const std::vector<ColumnSpan>& spans, int pen, qreal d
     return out;
 }
 
-// Writes the columns straight into a 32-bit image, a block of columns at a
+// Writes the columns straight into the image (32 bits a pixel), a block of columns at a
 // time and row by row inside a block, so that memory is walked along its rows.
 void fillColumns(QImage& image, const ColumnRows& c)
 {
@@ -152,17 +152,7 @@ void drawSpans(QImage& image, const GraphMapping& m, const SampleArrays& a, cons
 {
     const qreal dpr = image.devicePixelRatio();
     const int pen = std::max(1, int(std::lround(kTraceWidth * dpr)));
-    const ColumnRows rows = widenedColumns(traceColumns(m, a, t, 1 / dpr), pen, dpr);
-    if (image.format() == QImage::Format_RGB32 || image.format() == QImage::Format_ARGB32 ||
-        image.format() == QImage::Format_ARGB32_Premultiplied) {
-        fillColumns(image, rows);
-        return;
-    }
-    QPainter p(&image);
-    p.scale(1 / dpr, 1 / dpr);
-    for (std::size_t k = 0; k < rows.top.size(); ++k)
-        p.fillRect(rows.firstColumn + int(k), rows.top[k], 1, rows.bottom[k] - rows.top[k],
-                   traceColour());
+    fillColumns(image, widenedColumns(traceColumns(m, a, t, 1 / dpr), pen, dpr));
 }
 } // namespace
 

@@ -32,7 +32,8 @@ QPen tracePen();
 // The trace's first point: a dot as wide as the pen (a line of no length draws nothing).
 void drawDot(QPainter& p, QPointF at);
 
-// Draws everything into `image` (whose device pixel ratio is already set).
+// Draws everything into `image`, a Format_RGB32 image whose device pixel ratio
+// is already set.
 // A trace with fewer points than device pixel columns is drawn segment by
 // segment, exactly as new points are drawn one at a time; a denser trace is
 // drawn as one vertical span per pixel column, which covers the same pixels as

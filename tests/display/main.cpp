@@ -1,7 +1,5 @@
 #include "TestMain.h"
-#include "tst_graphScales.h"
-#include "tst_showArr.h"
-#include "tst_trendGraph.h"
+#include "tst_display.h"
 
 int main(int argc, char** argv)
 {

@@ -1,10 +1,9 @@
-#include "tst_showArr.h"
-
 #include "FakeGraph.h"
 #include "RecordingNotifier.h"
 #include "app/Station.h"
 #include "display/GraphMapping.h"
 #include "display/SampleArrays.h"
+#include "tst_display.h"
 
 #include <QTest>
 
