@@ -6,6 +6,7 @@
 #include "app/zep_cmnd.h"
 #include "link/CommPort.h"
 #include "link/RunControl.h"
+#include "recording/DataRecorder.h"
 #include "rs485/Waits.h"
 #include "sim/SimHost.h"
 
@@ -73,6 +74,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
                      qPrintable(CommPort::eventText(event)));
     });
 
+    DataRecorder recorder(st);
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
         notifier.message(QStringLiteral("Can't watch for signals"));
         return 1;
@@ -84,6 +86,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         (void)::read(signalFds[1], &c, 1);
         sigWatch.setEnabled(false);
         st.exitFlag = true;
+        recorder.end();
         st.HTmr.stop();
         st.Stop();
         PauseMs(100, 10);
@@ -100,6 +103,8 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     Run(st);
     if (!st.myComm.PortOpen())
         return 1; // the reason was printed when the port failed to open
+    if (options.record && recorder.start())
+        std::fprintf(stderr, "velmora: recording to %s\n", qPrintable(recorder.dataFilePath()));
     const int rc = app.exec();
     sim.stop();
     ::close(signalFds[0]);

@@ -10,6 +10,7 @@ struct HeadlessOptions
     double simRate = 1.0;    // simulated readings per second
     bool fromDevice = false; // take every streamed record instead of polling on the timer
     bool verbose = false;
+    bool record = false; // write the data files as Run Saving does
 };
 
 // The station without windows: reads Tervala.ini, opens the port (or the

@@ -6,6 +6,7 @@
 #include "app/zep_cmnd.h"
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
+#include "recording/DataRecorder.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -37,6 +38,10 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     InitTypesFromDB();
     MDIForm_Load();
     connectSinks();
+    recorder_ = new DataRecorder(st_, this);
+    connect(recorder_, &DataRecorder::dataFileChanged, this, [this](const QString& path) {
+        setWindowTitle(QStringLiteral("Velmora - %1").arg(path));
+    });
     connect(&st_, &Station::runningChanged, this, &MDIFrm::showRunning);
 }
 

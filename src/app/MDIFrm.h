@@ -17,6 +17,7 @@ struct WindowPlace;
 class QMenu;
 class QPushButton;
 class QToolBar;
+class DataRecorder;
 class Station;
 class frm_txt;
 class frmVal;
@@ -111,6 +112,7 @@ private:
     QList<QLabel*> panels_;
     frmVal* val_ = nullptr;
     QPointer<frm_txt> txt_;
+    DataRecorder* recorder_ = nullptr;
     QPointer<frmOscil> mainGraph_;
     QPointer<frmOscil> addedGraph_;
     QHash<QString, QPointer<QWidget>> views_;

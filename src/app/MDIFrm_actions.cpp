@@ -11,6 +11,7 @@
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
 #include "link/RunControl.h"
+#include "recording/DataRecorder.h"
 #include "rs485/Waits.h"
 
 #include <QAction>
@@ -85,6 +86,7 @@ void MDIFrm::mnuReadConf_Click()
 
 void MDIFrm::mnuRunSaving_Click()
 {
+    recorder_->start();
     findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setEnabled(false);
     findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setVisible(false);
     findChild<QAction*>(QStringLiteral("mnuEndSaving"))->setVisible(true);
@@ -96,6 +98,8 @@ void MDIFrm::mnuRunSaving_Click()
 
 void MDIFrm::mnuEndSaving_Click()
 {
+    recorder_->end();
+    setWindowTitle(QStringLiteral("Velmora"));
     QAction* write = keys_.value(QStringLiteral("Write"));
     write->setChecked(false);
     write->setText(QStringLiteral("&Write"));

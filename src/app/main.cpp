@@ -44,7 +44,11 @@ Options parse(const QCoreApplication& app)
                        "streams instead of polling once per timer period."));
     const QCommandLineOption verbose(QStringLiteral("verbose"),
                                      QStringLiteral("Headless: also print status texts."));
-    cli.addOptions({headless, simulate, simRate, fromDevice, verbose});
+    const QCommandLineOption record(
+        QStringLiteral("record"),
+        QStringLiteral("Headless: record to the data files in the data folder, as Run Saving "
+                       "does; SIGINT/SIGTERM end the record with its Stop- line."));
+    cli.addOptions({headless, simulate, simRate, fromDevice, verbose, record});
     cli.process(app);
 
     Options o;
@@ -52,6 +56,7 @@ Options parse(const QCoreApplication& app)
     o.run.simulate = cli.isSet(simulate);
     o.run.fromDevice = cli.isSet(fromDevice);
     o.run.verbose = cli.isSet(verbose);
+    o.run.record = cli.isSet(record);
     bool ok = false;
     o.run.simRate = cli.value(simRate).toDouble(&ok);
     if (!ok || o.run.simRate <= 0 || o.run.simRate > 1000) {

@@ -1,6 +1,7 @@
 // velmora --headless on the built-in simulator, as an operator runs it.
 #include "tst_app.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -9,12 +10,18 @@
 void HeadlessTest::printsReadingsAndStopsOnSigterm()
 {
     QTemporaryDir cfg;
+    const QString data = cfg.filePath(QStringLiteral("data"));
+    QVERIFY(QDir().mkpath(data));
+    QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
+    QVERIFY(ini.open(QIODevice::WriteOnly));
+    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n");
+    ini.close();
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
     p.setProcessEnvironment(env);
     p.start(QStringLiteral(VELMORA_BIN),
-            {"--headless", "--simulate", "--from-device", "--sim-rate", "20"});
+            {"--headless", "--simulate", "--from-device", "--sim-rate", "20", "--record"});
     QVERIFY(p.waitForStarted(5000));
     QByteArray out;
     QVERIFY(QTest::qWaitFor(
@@ -37,6 +44,27 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
         QCOMPARE(m.captured(1).toDouble() / 10.0, m.captured(2).toDouble());
     }
     QVERIFY(p.readAllStandardError().contains("simulated analyzer on /dev/pts/"));
+    // Every printed reading was recorded, numbered without a gap, and the day's
+    // file ends with its stop mark.
+    const QStringList dats = QDir(data).entryList({QStringLiteral("*.dat")});
+    QVERIFY(!dats.isEmpty());
+    QByteArray records;
+    for (const QString& name : dats) {
+        QFile f(QDir(data).filePath(name));
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        records += f.readAll();
+    }
+    const QList<QByteArray> recs = records.trimmed().split('\n');
+    QCOMPARE(recs.size(), lines.size());
+    for (qsizetype i = 0; i < recs.size(); ++i)
+        QVERIFY2(recs[i].startsWith(QByteArray::number(i + 1).rightJustified(5, '0') + '\t'),
+                 recs[i].constData());
+    const QStringList txts = QDir(data).entryList({QStringLiteral("*.txt")});
+    QCOMPARE(txts.size(), 1);
+    QFile txt(QDir(data).filePath(txts.first()));
+    QVERIFY(txt.open(QIODevice::ReadOnly));
+    const QByteArray marks = txt.readAll();
+    QVERIFY2(marks.startsWith("Start=") && marks.contains("\r\nStop-"), marks.constData());
 }
 
 void HeadlessTest::unusablePortIsAnErrorExit()

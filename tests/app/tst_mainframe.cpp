@@ -123,15 +123,19 @@ void MainFrameTest::writeToggle()
 {
     RecordingNotifier n;
     Station st(n);
+    st.dataFolder = dir_->path();
     MDIFrm f(st);
     QAction* write = f.toolButton(QStringLiteral("Write"));
     QCOMPARE(write->text(), QStringLiteral("&Write"));
     write->trigger();
     QCOMPARE(write->text(), QStringLiteral("End"));
     QVERIFY(write->isChecked());
+    QVERIFY(st.recording);
+    QVERIFY(f.windowTitle().endsWith(QLatin1String(".dat")));
     QVERIFY(!item(f, "mnuRunSaving")->isVisible());
     QVERIFY(item(f, "mnuEndSaving")->isVisible());
     write->trigger();
+    QVERIFY(!st.recording);
     QCOMPARE(write->text(), QStringLiteral("&Write"));
     QVERIFY(!write->isChecked());
     QVERIFY(item(f, "mnuRunSaving")->isVisible());
