@@ -1,5 +1,6 @@
 #include "app/Headless.h"
 
+#include "alarms/AlarmCheck.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
 #include "app/Station.h"
@@ -46,8 +47,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     st.ncom = 2;
     iniDef(st);
     raisePriority();
-    zep_cmnd::InitDataFormat(st.format,
-                             zep_cmnd::deviceTypes().at(zep_cmnd::defaultTypeIndex));
+    zep_cmnd::InitDataFormat(st.format, zep_cmnd::deviceTypes().at(zep_cmnd::defaultTypeIndex));
     ReadSettings(st);
 
     SimHost sim;
@@ -66,15 +66,17 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         std::fprintf(stderr, "velmora: simulated analyzer on %s\n", qPrintable(tty));
     }
     st.synchroFromTimer = !options.fromDevice;
-    st.sinks[Station::MainGraphSink] = [](double value, const QByteArray&) {
-        printReading(value);
-    };
+    st.sinks[Station::MainGraphSink] = [](double value, const QByteArray&) { printReading(value); };
     QObject::connect(&st, &Station::lineEvent, &app, [](int event) {
         std::fprintf(stderr, "velmora: CommEvent = %d: %s\n", event,
                      qPrintable(CommPort::eventText(event)));
     });
 
     DataRecorder recorder(st);
+    AlarmCheck alarms(st);
+    alarms.acknowledgeWhenQuiet = true;
+    QObject::connect(&alarms, &AlarmCheck::lineWritten, &app,
+                     [&notifier](const QString& line) { notifier.message(line); });
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
         notifier.message(QStringLiteral("Can't watch for signals"));
         return 1;

@@ -1,12 +1,16 @@
 #include "app/MDIFrm.h"
 
+#include "alarms/AlarmCheck.h"
+#include "alarms/AlarmWindows.h"
 #include "app/Notifier.h"
 #include "app/Station.h"
 #include "app/frm_txt.h"
 #include "app/zep_cmnd.h"
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
+#include "recording/DataFileDialog.h"
 #include "recording/DataRecorder.h"
+#include "recording/frmComment.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -35,13 +39,15 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     buildStatusBar();
 
     val_ = new frmVal(this);
+    recorder_ = new DataRecorder(st_, this);
+    recorder_->chooseFile = fileDialogChooser(this);
+    connect(recorder_, &DataRecorder::dataFileChanged, this, [this](const QString& path) {
+        setWindowTitle(path.isEmpty() ? QStringLiteral("Velmora")
+                                      : QStringLiteral("Velmora - %1").arg(path));
+    });
     InitTypesFromDB();
     MDIForm_Load();
     connectSinks();
-    recorder_ = new DataRecorder(st_, this);
-    connect(recorder_, &DataRecorder::dataFileChanged, this, [this](const QString& path) {
-        setWindowTitle(QStringLiteral("Velmora - %1").arg(path));
-    });
     connect(&st_, &Station::runningChanged, this, &MDIFrm::showRunning);
 }
 
@@ -118,7 +124,8 @@ void MDIFrm::buildMenus()
             [this] { Tbr1_ButtonClick(QStringLiteral("Set")); });
     connect(addItem(set, "mnuSetPath", QStringLiteral("&Path")), &QAction::triggered, this,
             [this] { Tbr1_ButtonClick(QStringLiteral("Path")); });
-    later(addItem(set, "mnuAlarm", QStringLiteral("&Alarm")));
+    connect(addItem(set, "mnuAlarm", QStringLiteral("&Alarm")), &QAction::triggered, this,
+            &MDIFrm::mnuAlarm_Click);
 
     QMenu* window = menu("mnuWindow", QStringLiteral("&Window"));
     QMenu* arrange = window->addMenu(QStringLiteral("&Arrange"));
@@ -302,6 +309,11 @@ void MDIFrm::MDIForm_Load()
         if (i >= 0)
             cmdCommands_[i]->setEnabled(false);
     }
+    // The comment window exists beside the frame from the start: the alarm
+    // check writes into it and shows it.
+    comment_ = new frmComment(st_, *recorder_, this);
+    alarms_ = new AlarmCheck(st_, this);
+    new AlarmWindows(*alarms_, val_, comment_, alarms_);
 }
 
 frm_txt* MDIFrm::textWindow()

@@ -17,7 +17,9 @@ struct WindowPlace;
 class QMenu;
 class QPushButton;
 class QToolBar;
+class AlarmCheck;
 class DataRecorder;
+class frmComment;
 class Station;
 class frm_txt;
 class frmVal;
@@ -35,6 +37,9 @@ public:
     QMdiArea* mdiArea() const { return mdi_; }
     QList<QLabel*> statusPanels() const { return panels_; }
     frmVal* valueWindow() const { return val_; }
+    frmComment* commentWindow() const { return comment_; }
+    AlarmCheck* alarms() const { return alarms_; }
+    DataRecorder* recorder() const { return recorder_; }
     frm_txt* textWindow();
 
     // The toolbar button with this key ("Run", "Write", ...).
@@ -56,6 +61,7 @@ public:
     void mnuOffTop_Click();
     void mnuContents_Click();
     void mnuShowVal_Click();
+    void mnuAlarm_Click();
     void Tbr1_ButtonClick(const QString& key);
     void cmbType_Click();
     void mnuGraph_Click();
@@ -90,8 +96,7 @@ private:
     void zeroButton(const QString& key);
     void MDIForm_Activate();
     void openMainGraph(const QRect& fallback);
-    QMdiSubWindow* addGraphWindow(frmOscil* graph, const WindowPlace& place,
-                                  const QRect& fallback);
+    QMdiSubWindow* addGraphWindow(frmOscil* graph, const WindowPlace& place, const QRect& fallback);
     void setViewChecked(const QString& key, bool on);
     void connectSinks();
     void collectGraphLayout();
@@ -113,6 +118,8 @@ private:
     frmVal* val_ = nullptr;
     QPointer<frm_txt> txt_;
     DataRecorder* recorder_ = nullptr;
+    AlarmCheck* alarms_ = nullptr;
+    frmComment* comment_ = nullptr; // hidden, never deleted, when closed
     QPointer<frmOscil> mainGraph_;
     QPointer<frmOscil> addedGraph_;
     QHash<QString, QPointer<QWidget>> views_;

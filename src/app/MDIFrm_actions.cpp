@@ -1,4 +1,5 @@
 // Menu, toolbar and lifetime operations of the main frame.
+#include "alarms/frmAlarm.h"
 #include "app/MDIFrm.h"
 #include "app/Notifier.h"
 #include "app/Settings.h"
@@ -12,6 +13,7 @@
 #include "display/frmVal.h"
 #include "link/RunControl.h"
 #include "recording/DataRecorder.h"
+#include "recording/frmComment.h"
 #include "rs485/Waits.h"
 
 #include <QAction>
@@ -99,7 +101,6 @@ void MDIFrm::mnuRunSaving_Click()
 void MDIFrm::mnuEndSaving_Click()
 {
     recorder_->end();
-    setWindowTitle(QStringLiteral("Velmora"));
     QAction* write = keys_.value(QStringLiteral("Write"));
     write->setChecked(false);
     write->setText(QStringLiteral("&Write"));
@@ -110,9 +111,10 @@ void MDIFrm::mnuEndSaving_Click()
 
 void MDIFrm::setOnTop(bool on)
 {
-    for (QWidget* w : {static_cast<QWidget*>(this), static_cast<QWidget*>(val_)}) {
-        if (!on && w != this)
-            continue; // "off top" releases the frame only; the value window keeps floating
+    for (QWidget* w : {static_cast<QWidget*>(this), static_cast<QWidget*>(val_),
+                       static_cast<QWidget*>(comment_)}) {
+        if (!w || (!on && w != this))
+            continue; // "off top" releases the frame only; the small windows keep floating
         const bool visible = w->isVisible();
         w->setAttribute(Qt::WA_ShowWithoutActivating, true);
         w->setWindowFlag(Qt::WindowStaysOnTopHint, on);
@@ -161,6 +163,12 @@ void MDIFrm::mnuShowVal_Click()
         if (g)
             g->cursorOption = on;
     }
+}
+
+void MDIFrm::mnuAlarm_Click()
+{
+    frmAlarm dlg(st_, this);
+    dlg.exec();
 }
 
 void MDIFrm::Tbr1_ButtonClick(const QString& key)
@@ -250,6 +258,8 @@ void MDIFrm::mnuExit_Click()
     PauseMs(100, 10);
     if (txt_)
         txt_->close();
+    if (comment_)
+        comment_->close();
     val_->close();
     MDIForm_Unload();
     close();

@@ -2,7 +2,6 @@
 // Graph view toggle, their places in the layout, and the reading sinks that
 // feed them and the value window.
 #include "app/MDIFrm.h"
-
 #include "app/Station.h"
 #include "app/frm_txt.h"
 #include "app/twips.h"
@@ -29,8 +28,8 @@ int stateOf(const QWidget* w)
 void takePlace(WindowPlace& p, const QMdiSubWindow* sub)
 {
     p.state = stateOf(sub);
-    const QRect g = sub->isMinimized() || sub->isMaximized() ? sub->normalGeometry()
-                                                             : sub->geometry();
+    const QRect g =
+        sub->isMinimized() || sub->isMaximized() ? sub->normalGeometry() : sub->geometry();
     p.left = toTwips(g.x());
     p.top = toTwips(g.y());
     p.width = toTwips(g.width());
@@ -92,7 +91,8 @@ void MDIFrm::openMainGraph(const QRect& fallback)
     mainGraph_ = graph;
     QMdiSubWindow* sub = addGraphWindow(graph, st_.layout.w1, fallback);
     // Closing the window by its own box releases the menu check and the button.
-    connect(graph, &QObject::destroyed, this, [this] { setViewChecked(QStringLiteral("Graph"), false); });
+    connect(graph, &QObject::destroyed, this,
+            [this] { setViewChecked(QStringLiteral("Graph"), false); });
     Q_UNUSED(sub);
     setViewChecked(QStringLiteral("Graph"), true);
 }

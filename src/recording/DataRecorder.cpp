@@ -2,8 +2,21 @@
 
 #include "app/Notifier.h"
 #include "app/Station.h"
+#include "recording/DataRecord.h"
 
 #include <QDir>
+#include <QFileInfo>
+
+namespace {
+// Unbuffered: every write goes straight to the operating system.
+constexpr QIODevice::OpenMode kAppend =
+    QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
+
+QDateTime hourOf(const QDateTime& t)
+{
+    return QDateTime(t.date(), QTime(t.time().hour(), 0));
+}
+} // namespace
 
 DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {
@@ -15,41 +28,7 @@ DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(
 
 DataRecorder::~DataRecorder()
 {
-    if (st_.recording)
-        end();
-}
-
-QString DataRecorder::dataFileName(const QDateTime& t)
-{
-    return t.toString(QStringLiteral("HH")) + QLatin1Char('h') +
-           t.toString(QStringLiteral("dd_MM")) + QStringLiteral(".dat");
-}
-
-QString DataRecorder::textFileName(const QDateTime& t)
-{
-    return t.toString(QStringLiteral("dd_MM_yy")) + QStringLiteral(".txt");
-}
-
-QByteArray DataRecorder::record(int counter, const QDateTime& t, const QByteArray& reply,
-                                int zeroPosition, int limit1, int limit2)
-{
-    // The alarm level compares the value as received, before the zero offset.
-    const double raw = QString::fromLatin1(reply.left(reply.size() - 1)).toDouble();
-    const char level = raw <= limit1 ? '0' : raw <= limit2 ? '1' : '3';
-    const QByteArray zero = zeroPosition < 0
-                                ? '-' + QByteArray::number(-zeroPosition).rightJustified(4, '0')
-                                : QByteArray::number(zeroPosition).rightJustified(5, '0');
-    QByteArray r = QByteArray::number(counter).rightJustified(5, '0');
-    r += '\t';
-    r += t.toString(QStringLiteral("HH:mm:ss")).toLatin1();
-    r += '\t';
-    r += reply.left(reply.size() - 1); // the terminator's place takes the tab
-    r += '\t';
-    r += zero;
-    r += '\t';
-    r += level;
-    r += "\r\n";
-    return r;
+    end();
 }
 
 QString DataRecorder::folderPath(const QString& name) const
@@ -60,86 +39,162 @@ QString DataRecorder::folderPath(const QString& name) const
 
 bool DataRecorder::openFile(QFile& f, const QString& path)
 {
-    if (f.isOpen())
-        f.close();
+    f.close();
     f.setFileName(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Append)) {
-        st_.notifier().message(QStringLiteral("%1: %2").arg(path, f.errorString()),
-                               Notifier::Icon::Exclamation);
-        f.setFileName(QString());
+    if (f.open(kAppend))
+        return true;
+    st_.notifier().message(QStringLiteral("%1: %2").arg(path, f.errorString()),
+                           Notifier::Icon::Exclamation);
+    f.setFileName(QString());
+    return false;
+}
+
+bool DataRecorder::openData(const QString& path)
+{
+    const int last = DataRecord::lastNumber(path);
+    if (!openFile(data_, path))
         return false;
-    }
+    dataPath_ = path;
+    // Appending goes on with the file's own numbering; a new file counts from 1.
+    st_.recordCounter = last + 1;
+    Q_EMIT dataFileChanged(path);
     return true;
 }
 
 bool DataRecorder::OpenDataFile(bool automatic)
 {
-    if (!automatic)
-        return false; // the station names its data files itself
     const QDateTime now = clock();
-    const QString path = folderPath(dataFileName(now));
-    const bool sameFile = path == data_.fileName();
-    dataHour_ = now.time().hour();
-    if (!openFile(data_, path))
+    dataHour_ = hourOf(now);
+    data_.close();
+    if (!dataPath_.isEmpty()) {
+        dataPath_.clear();
+        Q_EMIT dataFileChanged(QString());
+    }
+    if (automatic)
+        return openData(folderPath(DataRecord::dataFileName(now)));
+
+    if (!st_.dataFolder.isEmpty())
+        QDir::setCurrent(st_.dataFolder);
+    const QString chosen = chooseFile
+                               ? chooseFile(QLatin1String(kChooserTitle),
+                                            QLatin1String(kChooserFilter), QDir::currentPath())
+                               : QString();
+    if (chosen.isEmpty())
         return false;
-    // A new file counts from 1; reopening the same hour's file goes on counting.
-    if (!sameFile || st_.recordCounter < 1)
-        st_.recordCounter = 1;
-    Q_EMIT dataFileChanged(path);
-    return true;
+    const QString path = QDir::toNativeSeparators(chosen);
+    if (QFileInfo::exists(path)) {
+        const int answer =
+            st_.notifier().ask(QStringLiteral("Replace existing file - ") + path + QLatin1Char('?'),
+                               Notifier::Yes | Notifier::No | Notifier::Cancel);
+        QFile old(path);
+        if (answer == Notifier::Yes && !old.remove()) {
+            st_.notifier().message(old.errorString(), Notifier::Icon::Exclamation);
+            return false;
+        }
+        if (answer != Notifier::Yes && answer != Notifier::No)
+            return false; // Cancel: nothing is open
+    }
+    return openData(path);
 }
 
 bool DataRecorder::OpenTextFile()
 {
     const QDateTime now = clock();
     textDay_ = now.date();
-    if (!openFile(text_, folderPath(textFileName(now))))
+    textPath_.clear();
+    const QString path = folderPath(DataRecord::textFileName(now));
+    if (!openFile(text_, path))
         return false;
-    return writeText("Start=" + now.toString(QStringLiteral("dd/MM/yy")).toLatin1() + "\r\n");
+    textPath_ = path;
+    return writeText(DataRecord::startLine(now));
+}
+
+bool DataRecorder::stillThere(QFile& f, const QString& path, QString* why)
+{
+    if (f.isOpen() && QFileInfo::exists(path))
+        return true;
+    // The file or its folder went away (deleted, unmounted): what is written
+    // to the old handle would vanish with it, so the path is opened again.
+    f.close();
+    f.setFileName(path);
+    if (f.open(kAppend))
+        return true;
+    *why = f.errorString();
+    return false;
+}
+
+bool DataRecorder::appendBytes(QFile& f, const QByteArray& bytes, QString* why)
+{
+    const qint64 at = f.isSequential() ? -1 : f.size();
+    qint64 done = 0;
+    // A short write is followed by another, which reports the reason.
+    while (done < bytes.size()) {
+        const qint64 n = f.write(bytes.constData() + done, bytes.size() - done);
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    if (done == bytes.size() && f.flush())
+        return true;
+    *why = f.errorString();
+    f.unsetError();
+    if (done > 0 && at >= 0)
+        f.resize(at); // no half record stays behind
+    return false;
 }
 
 bool DataRecorder::writeText(const QByteArray& line)
 {
-    if (!text_.isOpen())
+    if (textPath_.isEmpty())
         return false;
-    const bool ok = text_.write(line) == line.size() && text_.flush();
-    if (!ok)
-        st_.notifier().message(text_.errorString(), Notifier::Icon::Exclamation);
-    return ok;
+    QString why;
+    if (stillThere(text_, textPath_, &why) && appendBytes(text_, line, &why))
+        return true;
+    st_.notifier().message(QStringLiteral("%1: %2").arg(textPath_, why),
+                           Notifier::Icon::Exclamation);
+    return false;
 }
 
 bool DataRecorder::WriteToFile(const QByteArray& reply)
 {
-    if (!data_.isOpen() || reply.isEmpty())
+    if (dataPath_.isEmpty() || reply.isEmpty())
         return false;
-    const QByteArray r =
-        record(st_.recordCounter, clock(), reply, st_.zeroPosition, st_.limit1, st_.limit2);
+    const QByteArray r = DataRecord::bytes(st_.recordCounter, clock(), reply, st_.zeroPosition,
+                                           st_.limit1, st_.limit2);
     for (;;) {
-        const qint64 at = data_.size();
-        if (data_.write(r) == r.size() && data_.flush()) {
+        QString why;
+        if (stillThere(data_, dataPath_, &why) && appendBytes(data_, r, &why)) {
             ++st_.recordCounter;
             return true;
         }
-        const QString why = data_.errorString();
-        data_.unsetError();
-        data_.resize(at); // no half record stays behind
-        if (st_.notifier().ask(QStringLiteral("%1: %2").arg(data_.fileName(), why),
-                               Notifier::Retry | Notifier::Cancel,
-                               Notifier::Icon::Critical) != Notifier::Retry)
+        const int answer =
+            st_.notifier().ask(QStringLiteral("%1: %2").arg(dataPath_, why),
+                               Notifier::Retry | Notifier::Cancel, Notifier::Icon::Critical);
+        if (answer != Notifier::Retry)
             return false;
     }
 }
 
+bool DataRecorder::WriteComment(const QString& text)
+{
+    return writeText(DataRecord::commentLine(clock(), text));
+}
+
 void DataRecorder::CloseDataFiles()
 {
+    const bool hadData = !dataPath_.isEmpty();
     data_.close();
     text_.close();
+    dataPath_.clear();
+    textPath_.clear();
+    if (hadData)
+        Q_EMIT dataFileChanged(QString());
 }
 
 bool DataRecorder::start()
 {
     if (st_.recording)
-        return true;
+        return !dataPath_.isEmpty();
     const bool dataOk = OpenDataFile(true);
     OpenTextFile();
     st_.sinks[Station::DataFileSink] = [this](double, const QByteArray& reply) {
@@ -155,21 +210,17 @@ void DataRecorder::end()
         return;
     st_.recording = false;
     st_.sinks[Station::DataFileSink] = nullptr;
-    writeText("Stop-" + clock().toString(QStringLiteral("HH:mm:ss")).toLatin1() + "\r\n\r\n");
+    writeText(DataRecord::stopLine(clock()));
     CloseDataFiles();
 }
 
 void DataRecorder::rotate()
 {
     const QDateTime now = clock();
-    // The name carries the hour and the day: a new name means a new file.
-    if (folderPath(dataFileName(now)) != data_.fileName()) {
-        data_.close();
-        st_.recordCounter = 1;
+    if (hourOf(now) != dataHour_) {
+        st_.recordCounter = 1; // kept when the new file can't be opened
         OpenDataFile(true);
     }
-    if (now.date() != textDay_) {
-        text_.close();
+    if (now.date() != textDay_)
         OpenTextFile();
-    }
 }

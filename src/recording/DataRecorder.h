@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QDateTime>
 #include <QFile>
 #include <QObject>
@@ -8,12 +9,21 @@
 class Station;
 
 // Recording of accepted readings: an hourly data file of fixed records
-// ("hhHdd_mm.dat") and a daily text file ("dd_mm_yy.txt") with start and stop
-// marks, both in the data folder. Every record is handed to the operating
-// system as it is written, so a crash loses at most the record in progress.
+// ("14h15_11.dat") and a daily text file ("15_11_26.txt") with start and stop
+// marks and the operator's comments, both in the data folder. Each record is
+// handed to the operating system as it is written (no user-space buffer), so a
+// crash loses at most the record in progress.
 //
-// The main frame's Run Saving / End Saving call start() / end(); the polling
-// timer's tick calls rotate() through the station's HTmr.
+// Wiring (one DataRecorder per Station, destroyed before the Station):
+//   DataRecorder rec(st);                  // follows st.HTmr for rotation
+//   rec.start();   // Run Saving / the "Write" toggle / --headless --record
+//   rec.end();     // End Saving, Exit, the close box, SIGINT/SIGTERM: "Stop-" line
+//   connect(&rec, &DataRecorder::dataFileChanged, ...);   // the frame's caption
+//   rec.chooseFile = fileDialogChooser(frame); // DataFileDialog.h; OpenDataFile(false)
+// start() opens both files, sets st.recording and installs the data-file sink;
+// end() clears both. Every tick of st.HTmr while recording rotates the files
+// when the hour or the day has changed. Messages and the Retry/Cancel question
+// go through st.notifier().
 class DataRecorder : public QObject
 {
     Q_OBJECT
@@ -21,43 +31,64 @@ public:
     explicit DataRecorder(Station& st, QObject* parent = nullptr);
     ~DataRecorder() override;
 
-    // The clock that names files and stamps records; tests replace it.
+    // The clock that names the files and stamps the records; tests replace it.
     std::function<QDateTime()> clock = [] { return QDateTime::currentDateTime(); };
 
-    // Opens both files, installs the data-file sink and sets st.recording.
+    // Asks the operator for a file (title, filter in "Text|*.ext|..." form,
+    // start folder); an empty result means cancelled. Used by OpenDataFile(false);
+    // unset, the manual branch ends as if cancelled.
+    using FileChooser =
+        std::function<QString(const QString& title, const QString& filter, const QString& folder)>;
+    FileChooser chooseFile;
+
+    // Starts recording: opens the hourly and the daily file, installs the
+    // data-file sink, sets st.recording. A file that can't be opened is
+    // reported and recording goes on without it. False if the data file is not open.
     bool start();
-    // Writes the "Stop-" line and closes both files.
+    // Ends recording: writes the "Stop-" line, closes both files.
     void end();
 
+    // Opens the hourly data file (automatic name) or one the operator
+    // chooses, appending to what it holds. The record counter goes on from
+    // the file's last record (1 for a new file).
     bool OpenDataFile(bool automatic);
+    // Opens the day's text file for appending and writes its "Start=" line.
     bool OpenTextFile();
-    // Appends one record for `reply` (value digits plus one byte); asks
-    // Retry/Cancel on a write error.
+    // Appends the record for `reply` (value digits plus one byte) and counts
+    // it; on a write error asks Retry/Cancel. False when nothing was written.
     bool WriteToFile(const QByteArray& reply);
     void CloseDataFiles();
-    // New hourly and daily files when the hour or the day has changed.
+    // New hourly file when the hour has changed, new daily file when the day has.
     void rotate();
+    // Appends the operator's comment, dated, to the day's text file; false
+    // when no text file is open or it can't be written.
+    bool WriteComment(const QString& text);
 
-    QString dataFilePath() const { return data_.fileName(); }
-    QString textFilePath() const { return text_.fileName(); }
+    // The files being written; empty when none.
+    QString dataFilePath() const { return dataPath_; }
+    QString textFilePath() const { return textPath_; }
 
-    static QString dataFileName(const QDateTime& t);
-    static QString textFileName(const QDateTime& t);
-    // The record's bytes: counter, time, reply, zero position, alarm digit.
-    static QByteArray record(int counter, const QDateTime& t, const QByteArray& reply,
-                             int zeroPosition, int limit1, int limit2);
+    static constexpr char kChooserTitle[] = "Open Communications Log File";
+    static constexpr char kChooserFilter[] = "Log Files (*.LOG)|*.log|All Files (*.*)|*.*";
 
 Q_SIGNALS:
+    // The data file being written changed; empty when none is open.
     void dataFileChanged(const QString& path);
 
 private:
     QString folderPath(const QString& name) const;
     bool openFile(QFile& f, const QString& path);
+    bool openData(const QString& path);
+    // Reopens `f` at `path` when the file or its folder has gone away.
+    bool stillThere(QFile& f, const QString& path, QString* why);
+    bool appendBytes(QFile& f, const QByteArray& bytes, QString* why);
     bool writeText(const QByteArray& line);
 
     Station& st_;
     QFile data_;
     QFile text_;
-    int dataHour_ = -1;
+    QString dataPath_; // where records go, kept while the file is reopened
+    QString textPath_;
+    QDateTime dataHour_; // date and hour the data file belongs to
     QDate textDay_;
 };

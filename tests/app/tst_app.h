@@ -48,6 +48,7 @@ private Q_SLOTS:
     void onTopToggle();
     void loadPreSet();
     void writeToggle();
+    void alarmReachesWindowsAndFiles();
     void commandPanel();
     void typeChangeStops();
     void closeBoxRunsExit();

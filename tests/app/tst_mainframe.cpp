@@ -1,6 +1,7 @@
 // The main frame driven through its menus, toolbar and dialogs.
 #include "Pty.h"
 #include "RecordingNotifier.h"
+#include "alarms/AlarmCheck.h"
 #include "app/IniFile.h"
 #include "app/MDIFrm.h"
 #include "app/Settings.h"
@@ -10,13 +11,18 @@
 #include "tst_app.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
+#include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QTest>
+#include <QTimer>
 
 namespace {
 QAction* item(MDIFrm& f, const char* name)
@@ -140,6 +146,56 @@ void MainFrameTest::writeToggle()
     QVERIFY(!write->isChecked());
     QVERIFY(item(f, "mnuRunSaving")->isVisible());
     QVERIFY(!item(f, "mnuEndSaving")->isVisible());
+}
+
+void MainFrameTest::alarmReachesWindowsAndFiles()
+{
+    RecordingNotifier n;
+    Station st(n);
+    st.dataFolder = dir_->path();
+    MDIFrm f(st);
+    f.show();
+    f.valueWindow()->show();
+    f.toolButton(QStringLiteral("Write"))->trigger();
+    QWidget* comment = f.findChild<QWidget*>(QStringLiteral("frmComment"));
+    QVERIFY(comment && !comment->isVisible());
+
+    st.deliver(90, "00090\r"); // above both thresholds
+    QVERIFY(comment->isVisible());
+    const QString shown = comment->findChild<QLabel*>(QStringLiteral("lblMessage"))->text();
+    QVERIFY2(shown.contains(QStringLiteral("1-й порог превышен\n")) &&
+                 shown.endsWith(QStringLiteral("2-й порог превышен")),
+             qPrintable(shown));
+    QCOMPARE(f.alarms()->tmrSound.interval(), AlarmCheck::SecondMs);
+    const int before = f.valueWindow()->backColor();
+    QVERIFY(QTest::qWaitFor([&] { return f.valueWindow()->backColor() != before; }, 1000));
+
+    // A comment entered with OK goes, dated, into the day's text file.
+    comment->findChild<QLineEdit*>(QStringLiteral("txtComment"))
+        ->setText(QStringLiteral("vent open"));
+    comment->findChild<QPushButton*>(QStringLiteral("cmdOK"))->click();
+    QVERIFY(!comment->isVisible());
+    QVERIFY(!f.alarms()->alarmWindowShown() && !f.alarms()->secondLogged());
+    const QString day =
+        QDir(st.dataFolder).filePath(QDate::currentDate().toString("dd_MM_yy") + ".txt");
+    QFile text(day);
+    QVERIFY(text.open(QIODevice::ReadOnly));
+    QVERIFY(text.readAll().contains("-vent open\r\n"));
+
+    // Set → Alarm moves the thresholds and the main graph's limit lines.
+    QTimer::singleShot(0, [] {
+        QWidget* dlg = QApplication::activeModalWidget();
+        QVERIFY(dlg && dlg->objectName() == QLatin1String("frmAlarm"));
+        dlg->findChild<QLineEdit*>(QStringLiteral("txtAlarm1"))->setText(QStringLiteral("100"));
+        dlg->findChild<QLineEdit*>(QStringLiteral("txtAlarm2"))->setText(QStringLiteral("200"));
+        dlg->findChild<QPushButton*>(QStringLiteral("cmdOK"))->click();
+    });
+    item(f, "mnuAlarm")->trigger();
+    QCOMPARE(QList<int>({st.limit1, st.limit2}), QList<int>({100, 200}));
+    st.deliver(90, "00090\r"); // now below the first threshold: quiet and green
+    QVERIFY(!f.alarms()->tmrSound.isActive());
+    QCOMPARE(f.valueWindow()->backColor(), int(frmVal::Green));
+    QVERIFY(n.messages.isEmpty());
 }
 
 void MainFrameTest::commandPanel()

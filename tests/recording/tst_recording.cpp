@@ -1,119 +1,304 @@
-// Data files: record bytes, names, rotation, appending and write failures.
-#include "RecordingNotifier.h"
+// Data files: record bytes, names, rotation, appending, write failures, the
+// operator's choice of file, the comment window, and a recording of the
+// simulated analyzer on a pseudo-terminal.
+#include "RecordingRig.h"
 #include "TestMain.h"
-#include "app/Station.h"
-#include "recording/DataRecorder.h"
+#include "link/RunControl.h"
+#include "recording/DataRecord.h"
+#include "recording/frmComment.h"
+#include "sim/SimHost.h"
 
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <csignal>
+#include <optional>
+#include <sys/resource.h>
+
+namespace {
+const QByteArray kRec1 = "00001\t14:05:00\t00020\t00000\t0\r\n";
+const QByteArray kRec2 = "00002\t14:05:00\t00021\t00000\t0\r\n";
+
+// A record with zero position 0 and alarm digit 0.
+QByteArray recordLine(const char* counter, const QDateTime& t, const char* value)
+{
+    return QByteArray(counter) + '\t' + t.toString("HH:mm:ss").toLatin1() + '\t' + value +
+           "\t00000\t0\r\n";
+}
+} // namespace
+
+enum Fault
+{
+    DiskFull,
+    SizeLimit,
+    FolderRemoved
+};
 
 class RecordingTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void record_data();
-    void record();
-    void namesRotationAndAppend();
-    void writeFailureAsksAndKeepsWhatWasWritten();
+    void record_data()
+    {
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("zero");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("at Limit1")
+            << QByteArray("00050\n") << 0 << QByteArray("00007\t14:05:09\t00050\t00000\t0\r\n");
+        QTest::newRow("above Limit1")
+            << QByteArray("00051\n") << 123 << QByteArray("00007\t14:05:09\t00051\t00123\t1\r\n");
+        QTest::newRow("at Limit2")
+            << QByteArray("00080\r") << 0 << QByteArray("00007\t14:05:09\t00080\t00000\t1\r\n");
+        QTest::newRow("above Limit2")
+            << QByteArray("00081\n") << -1 << QByteArray("00007\t14:05:09\t00081\t-0001\t3\r\n");
+    }
+
+    void record()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(int, zero);
+        const QDateTime at(QDate(2026, 11, 15), QTime(14, 5, 9));
+        QTEST(DataRecord::bytes(7, at, reply, zero, 50, 80), "expected");
+    }
+
+    void rotation_data()
+    {
+        QTest::addColumn<QDateTime>("next");
+        QTest::addColumn<bool>("restart"); // recording ended and started again instead of a tick
+        QTest::addColumn<QString>("dataName");
+        QTest::addColumn<QByteArray>("day1");
+        QTest::addColumn<QByteArray>("day2");
+        const QDate d15(2026, 11, 15);
+        QTest::newRow("same hour")
+            << QDateTime(d15, QTime(14, 59, 59)) << false << "14h15_11.dat"
+            << QByteArray("Start=15/11/26\r\nStop-14:59:59\r\n\r\n") << QByteArray();
+        QTest::newRow("restart within the hour")
+            << QDateTime(d15, QTime(14, 40)) << true << "14h15_11.dat"
+            << QByteArray(
+                   "Start=15/11/26\r\nStop-14:40:00\r\n\r\nStart=15/11/26\r\nStop-14:40:00\r\n\r\n")
+            << QByteArray();
+        QTest::newRow("next hour")
+            << QDateTime(d15, QTime(15, 0, 2)) << false << "15h15_11.dat"
+            << QByteArray("Start=15/11/26\r\nStop-15:00:02\r\n\r\n") << QByteArray();
+        QTest::newRow("midnight") << QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3)) << false
+                                  << "00h16_11.dat" << QByteArray("Start=15/11/26\r\n")
+                                  << QByteArray("Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
+    }
+
+    void rotation()
+    {
+        QFETCH(QDateTime, next);
+        QFETCH(bool, restart);
+        QFETCH(QString, dataName);
+        RecordingRig rig;
+        QVERIFY(rig.rec.start());
+        QCOMPARE(rig.rec.dataFilePath(), QDir::toNativeSeparators(rig.path("14h15_11.dat")));
+        QCOMPARE(rig.rec.textFilePath(), QDir::toNativeSeparators(rig.path("15_11_26.txt")));
+        rig.st.deliver(20, "00020\r");
+        rig.now = next;
+        rig.st.deliver(21, "00021\r"); // before the tick: still the old file
+        std::optional<DataRecorder> again;
+        if (restart) {
+            rig.rec.end();
+            rig.st.recordCounter = 0; // as after a restart of the program
+            again.emplace(rig.st).clock = rig.rec.clock;
+            QVERIFY(again->start());
+        } else {
+            QSignalSpy ticks(&rig.st.HTmr, &QTimer::timeout);
+            rig.st.HTmr.start(5);
+            QVERIFY(QTest::qWaitFor([&] { return ticks.size() >= 2; }, 2000));
+            rig.st.HTmr.stop();
+        }
+        DataRecorder& rec = restart ? *again : rig.rec;
+        QVERIFY(rec.dataFilePath().endsWith(dataName));
+        rig.st.deliver(22, "00022\r");
+        rec.end();
+        if (dataName == "14h15_11.dat") {
+            QCOMPARE(rig.file(dataName), kRec1 + recordLine("00002", next, "00021") +
+                                             recordLine("00003", next, "00022"));
+        } else {
+            QCOMPARE(rig.file("14h15_11.dat"), kRec1 + recordLine("00002", next, "00021"));
+            QCOMPARE(rig.file(dataName), recordLine("00001", next, "00022"));
+        }
+        QTEST(rig.file("15_11_26.txt"), "day1");
+        QTEST(rig.file("16_11_26.txt"), "day2");
+        QVERIFY(rig.n.messages.isEmpty());
+    }
+
+    void writeFailure_data()
+    {
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QList<int>>("answers");
+        QTest::addColumn<QByteArray>("kept"); // the file written before the fault
+        const QByteArray third = "00003\t14:05:00\t00022\t00000\t0\r\n";
+        QTest::newRow("disk full: retried, given up")
+            << int(DiskFull) << "No space left on device"
+            << QList<int>{Notifier::Retry, Notifier::Cancel} << kRec1 + kRec2;
+        QTest::newRow("file size limit: retried with room")
+            << int(SizeLimit) << "File too large" << QList<int>{Notifier::Retry}
+            << kRec1 + kRec2 + third; // no half record, no gap
+        QTest::newRow("folder removed: retried when back")
+            << int(FolderRemoved) << "No such file or directory" << QList<int>{Notifier::Retry}
+            << third;
+    }
+
+    void writeFailure()
+    {
+        QFETCH(int, fault);
+        QFETCH(QString, reason);
+        QFETCH(QList<int>, answers);
+        RecordingRig rig("data");
+        QVERIFY(rig.rec.start());
+        rig.st.deliver(20, "00020\r");
+        rig.st.deliver(21, "00021\r");
+        const QString before = rig.rec.dataFilePath();
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_IGN);
+        if (fault == DiskFull) { // the next hour's file lies on a device that is always full
+            QVERIFY(QFile::link("/dev/full", rig.path("15h15_11.dat")));
+            rig.now = rig.now.addSecs(3600);
+            rig.rec.rotate();
+        } else if (fault == SizeLimit) { // room for part of a record only
+            rlimit tight = saved;
+            tight.rlim_cur = rlim_t(QFileInfo(before).size() + 8);
+            QVERIFY(setrlimit(RLIMIT_FSIZE, &tight) == 0);
+            rig.n.onAsk = [&] { setrlimit(RLIMIT_FSIZE, &saved); };
+        } else {
+            QVERIFY(QDir(rig.path(QString())).removeRecursively());
+            rig.n.onAsk = [&] { QDir().mkpath(rig.path(QString())); };
+        }
+        rig.n.answers = answers;
+        const bool written = rig.rec.WriteToFile("00022\r");
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_DFL);
+        QCOMPARE(rig.n.questions.size(), answers.size());
+        for (const QString& q : std::as_const(rig.n.questions))
+            QVERIFY2(q.contains(rig.rec.dataFilePath()) && q.contains(reason), qPrintable(q));
+        QCOMPARE(written, fault != DiskFull);
+        QCOMPARE(rig.st.recordCounter, written ? 4 : 1);
+        QTEST(contents(before), "kept");
+    }
+
+    void chosenFile_data()
+    {
+        QTest::addColumn<int>("answer"); // 0: the dialog is cancelled
+        QTest::addColumn<QByteArray>("expected");
+        const QByteArray old = "00007\t09:00:00\t00011\t00000\t0\r\n";
+        QTest::newRow("dialog cancelled") << 0 << old;
+        QTest::newRow("Yes replaces")
+            << int(Notifier::Yes) << QByteArray("00001\t14:05:00\t00020\t00000\t0\r\n");
+        QTest::newRow("No appends")
+            << int(Notifier::No) << old + "00008\t14:05:00\t00020\t00000\t0\r\n";
+        QTest::newRow("Cancel opens nothing") << int(Notifier::Cancel) << old;
+    }
+
+    void chosenFile()
+    {
+        QFETCH(int, answer);
+        RecordingRig rig;
+        const QString chosen = rig.path("night.log");
+        QFile f(chosen);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("00007\t09:00:00\t00011\t00000\t0\r\n");
+        f.close();
+        QStringList asked;
+        rig.rec.chooseFile = [&](const QString& title, const QString& filter,
+                                 const QString& folder) {
+            asked << title << filter << folder;
+            return answer == 0 ? QString() : chosen;
+        };
+        rig.n.answers = {answer};
+        QCOMPARE(rig.rec.OpenDataFile(false), answer == Notifier::Yes || answer == Notifier::No);
+        QCOMPARE(asked, QStringList({"Open Communications Log File",
+                                     "Log Files (*.LOG)|*.log|All Files (*.*)|*.*", rig.path("")}));
+        QCOMPARE(rig.n.questions, answer == 0
+                                      ? QStringList()
+                                      : QStringList("Replace existing file - " +
+                                                    QDir::toNativeSeparators(chosen) + "?"));
+        rig.rec.WriteToFile("00020\r");
+        QTEST(contents(chosen), "expected");
+    }
+
+    void unopenableFileIsReportedAndRecordingGoesOn()
+    {
+        RecordingRig rig;
+        rig.st.dataFolder = rig.path("missing");
+        QVERIFY(!rig.rec.start());
+        QVERIFY(rig.st.recording);
+        QCOMPARE(rig.n.messages.size(), 2); // the data file and the text file
+        for (const QString& m : std::as_const(rig.n.messages))
+            QVERIFY2(m.contains("No such file or directory"), qPrintable(m));
+        rig.st.deliver(20, "00020\r");
+        QVERIFY(rig.n.questions.isEmpty());
+        rig.rec.end();
+        QVERIFY(!rig.st.recording);
+    }
+
+    void commentWindow()
+    {
+        RecordingRig rig;
+        frmComment c(rig.st, rig.rec);
+        c.show();
+        auto* text = c.findChild<QLineEdit*>("txtComment");
+        auto* cmdOK = c.findChild<QPushButton*>("cmdOK");
+        text->setText(QString::fromUtf8("Проверка"));
+        cmdOK->click();
+        QCOMPARE(rig.n.messages, QStringList(QString::fromUtf8("Запись в файл отключена")));
+        QVERIFY(c.isVisible()); // the refused comment stays for the operator
+        QVERIFY(rig.rec.start());
+        rig.now = rig.now.addSecs(7);
+        cmdOK->click();
+        QVERIFY(!c.isVisible() && text->text().isEmpty());
+        QCOMPARE(rig.file("15_11_26.txt"), "Start=15/11/26\r\n15/11/26 14:05:07-" +
+                                               QString::fromUtf8("Проверка").toLocal8Bit() +
+                                               "\r\n");
+    }
+
+    void simulatedAnalyzerRecordedWhole()
+    {
+        SimHost host;
+        SimConfig config;
+        config.readingsPerSecond = 25;
+        QString why;
+        const QString tty = host.start(config, &why);
+        QVERIFY2(!tty.isEmpty(), qPrintable(why));
+        RecordingRig rig;
+        rig.rec.clock = [] { return QDateTime::currentDateTime(); };
+        rig.st.portName = tty;
+        rig.st.applyPortSettings();
+        rig.st.synchroFromTimer = false;
+        Run(rig.st);
+        QVERIFY(QTest::qWaitFor([&] { return rig.st.acceptedRecords > 0; }, 5000));
+        QVERIFY(rig.rec.start());
+        const QString dat = rig.rec.dataFilePath();
+        const QString txt = rig.rec.textFilePath();
+        const qint64 first = rig.st.acceptedRecords;
+        QVERIFY(QTest::qWaitFor([&] { return rig.st.acceptedRecords >= first + 50; }, 10000));
+        rig.rec.end();
+        const qint64 recorded = rig.st.acceptedRecords - first;
+        rig.st.Stop();
+        host.stop();
+        QList<QByteArray> lines = contents(dat).split('\n');
+        QVERIFY(lines.takeLast().isEmpty()); // the file ends with a whole record
+        QCOMPARE(lines.size(), recorded);
+        static const QRegularExpression record(
+            "^(\\d{5})\\t\\d\\d:\\d\\d:\\d\\d\\t(\\d{5})\\t00000\\t([013])\\r$");
+        for (qsizetype i = 0; i < lines.size(); ++i) {
+            const auto m = record.match(QString::fromLatin1(lines[i]));
+            QVERIFY2(m.hasMatch(), lines[i].constData());
+            QCOMPARE(m.captured(1).toLongLong(), i + 1);
+            const int v = m.captured(2).toInt();
+            QCOMPARE(m.captured(3), QString(v <= 50 ? "0" : v <= 80 ? "1" : "3"));
+        }
+        static const QRegularExpression marks(
+            "^Start=\\d\\d/\\d\\d/\\d\\d\\r\\nStop-\\d\\d:\\d\\d:\\d\\d\\r\\n\\r\\n$");
+        QVERIFY2(marks.match(QString::fromLatin1(contents(txt))).hasMatch(),
+                 contents(txt).constData());
+    }
 };
-
-namespace {
-QByteArray contents(const QString& path)
-{
-    QFile f(path);
-    f.open(QIODevice::ReadOnly);
-    return f.readAll();
-}
-const QDateTime kAt(QDate(2026, 11, 15), QTime(14, 5, 9));
-} // namespace
-
-void RecordingTest::record_data()
-{
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<int>("zero");
-    QTest::addColumn<QByteArray>("expected");
-    QTest::newRow("at Limit1") << QByteArray("00050\n") << 0
-                               << QByteArray("00007\t14:05:09\t00050\t00000\t0\r\n");
-    QTest::newRow("above Limit1") << QByteArray("00051\n") << 123
-                                  << QByteArray("00007\t14:05:09\t00051\t00123\t1\r\n");
-    QTest::newRow("at Limit2") << QByteArray("00080\n") << 0
-                               << QByteArray("00007\t14:05:09\t00080\t00000\t1\r\n");
-    QTest::newRow("above Limit2") << QByteArray("00081\n") << -1
-                                  << QByteArray("00007\t14:05:09\t00081\t-0001\t3\r\n");
-}
-
-void RecordingTest::record()
-{
-    QFETCH(QByteArray, reply);
-    QFETCH(int, zero);
-    QTEST(DataRecorder::record(7, kAt, reply, zero, 50, 80), "expected");
-}
-
-void RecordingTest::namesRotationAndAppend()
-{
-    QTemporaryDir dir;
-    RecordingNotifier n;
-    Station st(n);
-    st.dataFolder = dir.path();
-    DataRecorder rec(st);
-    QDateTime now(QDate(2026, 11, 15), QTime(14, 5, 0));
-    rec.clock = [&] { return now; };
-    QVERIFY(rec.start());
-    QCOMPARE(QFileInfo(rec.dataFilePath()).fileName(), QStringLiteral("14h15_11.dat"));
-    QCOMPARE(QFileInfo(rec.textFilePath()).fileName(), QStringLiteral("15_11_26.txt"));
-    st.deliver(20, "00020\r");
-    st.deliver(21, "00021\r");
-    rec.end();
-    // Restarting within the hour appends and counts on.
-    now = now.addSecs(60);
-    QVERIFY(rec.start());
-    st.deliver(22, "00022\r");
-    QCOMPARE(contents(dir.filePath("14h15_11.dat")),
-             QByteArray("00001\t14:05:00\t00020\t00000\t0\r\n"
-                        "00002\t14:05:00\t00021\t00000\t0\r\n"
-                        "00003\t14:06:00\t00022\t00000\t0\r\n"));
-    // Across midnight: nothing changes until the first tick after it.
-    now = QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3));
-    st.deliver(23, "00023\r");
-    QVERIFY(QFile::exists(dir.filePath("14h15_11.dat")));
-    rec.rotate();
-    QCOMPARE(QFileInfo(rec.dataFilePath()).fileName(), QStringLiteral("00h16_11.dat"));
-    st.deliver(24, "00024\r");
-    rec.end();
-    QCOMPARE(contents(dir.filePath("00h16_11.dat")),
-             QByteArray("00001\t00:00:03\t00024\t00000\t0\r\n"));
-    QCOMPARE(contents(dir.filePath("15_11_26.txt")),
-             QByteArray("Start=15/11/26\r\nStop-14:05:00\r\n\r\nStart=15/11/26\r\n"));
-    QCOMPARE(contents(dir.filePath("16_11_26.txt")),
-             QByteArray("Start=16/11/26\r\nStop-00:00:03\r\n\r\n"));
-    QVERIFY(n.messages.isEmpty());
-}
-
-void RecordingTest::writeFailureAsksAndKeepsWhatWasWritten()
-{
-    QTemporaryDir dir;
-    RecordingNotifier n;
-    Station st(n);
-    st.dataFolder = dir.path();
-    DataRecorder rec(st);
-    rec.clock = [] { return kAt; };
-    QVERIFY(rec.start());
-    st.deliver(20, "00020\r");
-    const QByteArray before = contents(rec.dataFilePath());
-    QCOMPARE(before.count('\n'), 1);
-    // The disk fills up: the next record can't be written.
-    QVERIFY(QFile::remove(rec.dataFilePath()));
-    QVERIFY(QFile::link(QStringLiteral("/dev/full"), rec.dataFilePath()));
-    rec.end();
-    QVERIFY(rec.start());
-    n.answers = {Notifier::Retry, Notifier::Cancel};
-    QVERIFY(!rec.WriteToFile("00021\r"));
-    QCOMPARE(n.questions.size(), 2); // asked, retried, asked again, gave up
-    QVERIFY(n.questions.first().contains(QLatin1String("14h15_11.dat")));
-    rec.end();
-}
 
 int main(int argc, char** argv)
 {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+
+// The bytes and names of the station's data files, as pure functions.
+namespace DataRecord {
+
+// The hourly data file's name: hour "hh", "h", day "dd", "_", month "mm",
+// ".dat" (14:05 on 15 November: "14h15_11.dat").
+QString dataFileName(const QDateTime& t);
+
+// The daily text file's name: "dd_mm_yy.txt" (15 November 2026: "15_11_26.txt").
+QString textFileName(const QDateTime& t);
+
+// One record of the data file: counter "00000", TAB, time "hh:mm:ss", TAB, the
+// reply without its last byte, TAB, zero position ("00000", or "-0000" when
+// negative), TAB, alarm digit, CR LF. The alarm digit compares the reply's
+// value text (before any zero offset) with the two thresholds: "0" at or below
+// limit1, "1" above limit1 and at or below limit2, "3" above limit2.
+QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int zeroPosition,
+                 int limit1, int limit2);
+
+// The line that opens a day's text file: "Start=dd/MM/yy" CR LF.
+QByteArray startLine(const QDateTime& t);
+// The line that ends a spell of recording: "Stop-hh:mm:ss" CR LF, printed as
+// one line, so an empty line follows it.
+QByteArray stopLine(const QDateTime& t);
+// An operator's comment for the text file: "dd/MM/yy hh:mm:ss-" text CR LF.
+QByteArray commentLine(const QDateTime& t, const QString& text);
+
+// The counter of the last complete record in the file at `path`; 0 when the
+// file is missing, empty or doesn't end with a record.
+int lastNumber(const QString& path);
+
+} // namespace DataRecord
