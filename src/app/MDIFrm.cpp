@@ -14,6 +14,7 @@
 
 #include <QAction>
 #include <QComboBox>
+#include <QDir>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -42,8 +43,8 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     recorder_ = new DataRecorder(st_, this);
     recorder_->chooseFile = fileDialogChooser(this);
     connect(recorder_, &DataRecorder::dataFileChanged, this, [this](const QString& path) {
-        setWindowTitle(path.isEmpty() ? QStringLiteral("Velmora")
-                                      : QStringLiteral("Velmora - %1").arg(path));
+        // The application's name follows the file in the caption: "…/14h15_11.dat — Velmora".
+        setWindowTitle(path.isEmpty() ? QStringLiteral("Velmora") : QDir::toNativeSeparators(path));
     });
     InitTypesFromDB();
     MDIForm_Load();

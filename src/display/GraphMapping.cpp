@@ -42,3 +42,14 @@ QString yLabelText(double scaleValue, int yGrid, int i)
 {
     return QString::number(scaleValue / 10.0 / (yGrid + 1) * i, 'f', 1);
 }
+
+QString yLogLabelText(const GraphAxes& axes, int i)
+{
+    const double y = axes.yBottom + (axes.yTop - axes.yBottom) * i / (axes.yGrid + 1);
+    const QString text = QString::number(std::pow(10.0, y) / 10.0, 'g', 2);
+    if (!text.contains(QLatin1Char('e')))
+        return text;
+    // Written out in full: "160" rather than "1.6e+02", "0.000025" rather than "2.5e-05".
+    const double ppm = text.toDouble();
+    return QString::number(ppm, 'f', std::max(0, 1 - int(std::floor(std::log10(ppm)))));
+}

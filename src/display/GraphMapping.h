@@ -73,3 +73,8 @@ struct TraceTransform
 // Caption of horizontal grid line i: the full-scale value (in ppm x10) shown in
 // ppm, divided over yGrid + 1 cells, formatted "0.0".
 QString yLabelText(double scaleValue, int yGrid, int i);
+
+// Caption of horizontal grid line i on a logarithmic axis: the concentration
+// in ppm at the line's height (10 to the power y, in ppm x10), with two
+// significant digits, so that each line reads as the value drawn there.
+QString yLogLabelText(const GraphAxes& axes, int i);

@@ -12,8 +12,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QValueAxis>
 #include <QVBoxLayout>
+#include <QValueAxis>
 
 frmChart::frmChart(Station& st, QWidget* parent) : QWidget(parent), st_(st)
 {
@@ -53,18 +53,14 @@ frmChart::frmChart(Station& st, QWidget* parent) : QWidget(parent), st_(st)
     cmbScaleX_->setObjectName(QStringLiteral("cmbScaleX"));
     cmbScaleX_->addItems({"24000", "12000", "6000", "2400", "1200", "600", "240", "120", "60"});
     LoadScaleList(true);
-    // The diagram takes the graph's saved Y index, although its list is shorter.
-    cmbScale_->setCurrentIndex(st_.layout.scaleYIndex < cmbScale_->count()
-                                   ? st_.layout.scaleYIndex
-                                   : -1);
+    // The diagram takes the graph's saved Y index, although its list is
+    // shorter; an index past its end takes the last (smallest) entry.
+    cmbScale_->setCurrentIndex(qBound(0, st_.layout.scaleYIndex, int(cmbScale_->count()) - 1));
     cmbScale_Change();
-    connect(cmbScale_, &QComboBox::currentTextChanged, this, &frmChart::cmbScale_Change);
-    connect(cmbScale_->lineEdit(), &QLineEdit::returnPressed, this, [this] {
-        bool ok = false;
-        if (cmbScale_->currentText().trimmed().toDouble(&ok) <= 0 || !ok)
-            st_.notifier().message(QStringLiteral("The scale must be a number above 0"));
-        cmbScale_Change();
-    });
+    // A scale applies when picked from the list or confirmed with Enter.
+    cmbScale_->setInsertPolicy(QComboBox::NoInsert);
+    connect(cmbScale_, &QComboBox::activated, this, &frmChart::cmbScale_Change);
+    connect(cmbScale_->lineEdit(), &QLineEdit::returnPressed, this, &frmChart::cmbScale_Change);
 
     auto* top = new QHBoxLayout;
     top->addWidget(new QLabel(QStringLiteral("Y"), this));
@@ -95,10 +91,17 @@ void frmChart::LoadScaleList(bool linear)
 
 void frmChart::cmbScale_Change()
 {
+    const QString text = cmbScale_->currentText().trimmed();
+    if (text.isEmpty())
+        return;
     bool ok = false;
-    const double v = cmbScale_->currentText().trimmed().toDouble(&ok);
-    if (ok && v > 0)
+    const double v = text.toDouble(&ok);
+    if (ok && v > 0) {
         axisY_->setRange(0, v);
+        return;
+    }
+    st_.notifier().message(QStringLiteral("Bad Data"));
+    cmbScale_->setEditText(QString::number(axisY_->max()));
 }
 
 void frmChart::showValue(double raw)

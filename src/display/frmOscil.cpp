@@ -127,8 +127,9 @@ bool frmOscil::InitPictLine(int points, float yExtent, int xGrid, int yGrid)
         station_.notifier().message(QStringLiteral("InitPict Error"));
         return false;
     }
-    writeYLabels(yGrid);
-    pict_->setAxes(GraphAxes::linear(points, yExtent, xGrid, yGrid));
+    const GraphAxes axes = GraphAxes::linear(points, yExtent, xGrid, yGrid);
+    writeYLabels(axes, false);
+    pict_->setAxes(axes);
     SetLimit1Y(limit1_);
     SetLimit2Y(limit2_);
     return true;
@@ -140,18 +141,19 @@ bool frmOscil::InitPict(int points, float yExtent, int xGrid, int yGrid)
         station_.notifier().message(QStringLiteral("InitPict Error"));
         return false;
     }
-    writeYLabels(yGrid);
-    pict_->setAxes(GraphAxes::logarithmic(points, yExtent, xGrid, yGrid));
+    const GraphAxes axes = GraphAxes::logarithmic(points, yExtent, xGrid, yGrid);
+    writeYLabels(axes, true);
+    pict_->setAxes(axes);
     SetLimit1Y(limit1_);
     SetLimit2Y(limit2_);
     return true;
 }
 
-void frmOscil::writeYLabels(int yGrid)
+void frmOscil::writeYLabels(const GraphAxes& axes, bool log)
 {
-    yLabels_->setGrid(yGrid);
+    yLabels_->setGrid(axes.yGrid);
     for (int i = 0; i < yLabels_->count(); ++i)
-        SetYLbl(i, yLabelText(labelValue_, yGrid, i));
+        SetYLbl(i, log ? yLogLabelText(axes, i) : yLabelText(labelValue_, axes.yGrid, i));
 }
 
 bool frmOscil::prepare()

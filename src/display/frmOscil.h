@@ -96,7 +96,7 @@ private:
     TraceTransform transform() const;
     bool storePoint(qint32 value);
     bool prepare();
-    void writeYLabels(int yGrid);
+    void writeYLabels(const GraphAxes& axes, bool log);
     void showScaleText(QComboBox* box, const QString& text);
     void placeLimit(PictLine* line, double y);
     template <typename F> void forEachSynchroGraph(F&& f);

@@ -64,6 +64,18 @@ void frmComment::cmdOK_Click()
         hide(); // a refused comment stays in view
 }
 
+void frmComment::showEvent(QShowEvent* e)
+{
+    // The first time it appears it stands over the middle of the main frame,
+    // where the operator is looking; later it stays where it was put.
+    if (!placed_ && parentWidget()) {
+        const QRect frame = parentWidget()->window()->frameGeometry();
+        move(frame.center() - rect().center());
+        placed_ = true;
+    }
+    QWidget::showEvent(e);
+}
+
 void frmComment::closeEvent(QCloseEvent* e)
 {
     Q_EMIT unloaded();

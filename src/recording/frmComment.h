@@ -39,11 +39,13 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* e) override;
+    void showEvent(QShowEvent* e) override;
 
 private:
     Station& st_;
     DataRecorder& recorder_;
     QString message_;
+    bool placed_ = false;
     QLabel* lblMessage_;
     QLineEdit* txtComment_;
     QPushButton* cmdOK_;

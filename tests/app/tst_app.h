@@ -74,6 +74,8 @@ private Q_SLOTS:
     void toggles_data();
     void toggles();
     void readingsReachViews();
+    void chartScales_data();
+    void chartScales();
 
 private:
     std::unique_ptr<QTemporaryDir> dir_;

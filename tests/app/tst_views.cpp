@@ -1,14 +1,15 @@
 // The views' toggles and contents, driven through the main frame.
-#include "tst_app.h"
-
 #include "RecordingNotifier.h"
 #include "app/MDIFrm.h"
 #include "app/Station.h"
 #include "display/frmChart.h"
 #include "display/frmData.h"
 #include "display/frmFData.h"
+#include "tst_app.h"
 
 #include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QTableWidget>
 #include <QTest>
@@ -42,8 +43,7 @@ void ViewsTest::toggles()
     QAction* menu = f.findChild<QAction*>(QStringLiteral("mnu") + key);
     QAction* button = f.toolButton(key);
     auto window = [&]() -> QWidget* {
-        return key == QLatin1String("Graph") ? static_cast<QWidget*>(f.mainGraph())
-                                             : f.view(key);
+        return key == QLatin1String("Graph") ? static_cast<QWidget*>(f.mainGraph()) : f.view(key);
     };
     auto inStep = [&](bool open) {
         return menu->isChecked() == open && button->isChecked() == open &&
@@ -92,4 +92,45 @@ void ViewsTest::readingsReachViews()
     auto* chart = qobject_cast<frmChart*>(f.view(QStringLiteral("Diagram")));
     QCOMPARE(chart->barValue(0), 8.5);
     QCOMPARE(chart->axisMax(), 2500.0); // index 4 of the diagram's own list
+}
+
+void ViewsTest::chartScales_data()
+{
+    QTest::addColumn<int>("initIndex"); // InitScaleYIndex, shared with the graph
+    QTest::addColumn<QString>("typed"); // then typed and confirmed with Enter
+    QTest::addColumn<double>("axisMax");
+    QTest::addColumn<QStringList>("messages");
+    QTest::newRow("index 4") << 4 << QString() << 2500.0 << QStringList();
+    QTest::newRow("index 9, the last") << 9 << QString() << 10.0 << QStringList();
+    QTest::newRow("index past the shorter list") << 12 << QString() << 10.0 << QStringList();
+    QTest::newRow("typed 50") << 4 << "50" << 50.0 << QStringList();
+    QTest::newRow("typed text keeps the scale") << 4 << "abc" << 2500.0 << QStringList{"Bad Data"};
+}
+
+void ViewsTest::chartScales()
+{
+    QFETCH(int, initIndex);
+    QFETCH(QString, typed);
+    RecordingNotifier n;
+    Station st(n);
+    st.layout.scaleYIndex = initIndex;
+    frmChart chart(st);
+    auto* y = chart.findChild<QComboBox*>(QStringLiteral("cmbScale"));
+    auto* x = chart.findChild<QComboBox*>(QStringLiteral("cmbScaleX"));
+    QStringList ys, xs;
+    for (int i = 0; i < y->count(); ++i)
+        ys << y->itemText(i);
+    for (int i = 0; i < x->count(); ++i)
+        xs << x->itemText(i);
+    QCOMPARE(ys, (QStringList{"200000", "100000", "25000", "10000", "2500", "1000", "250", "100",
+                              "25", "10"}));
+    QCOMPARE(xs,
+             (QStringList{"24000", "12000", "6000", "2400", "1200", "600", "240", "120", "60"}));
+    if (!typed.isEmpty()) {
+        y->lineEdit()->clear();
+        QTest::keyClicks(y->lineEdit(), typed);
+        QTest::keyClick(y->lineEdit(), Qt::Key_Return);
+    }
+    QTEST(chart.axisMax(), "axisMax");
+    QTEST(n.messages, "messages");
 }

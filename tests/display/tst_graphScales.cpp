@@ -108,13 +108,18 @@ void TestGraphScales::logAxis()
     QTest::mouseClick(chkLog, Qt::LeftButton);
     QCOMPARE(f.w.yExtent(), 3.0F);
     QCOMPARE(f.w.GetabScaleY(8), 3);
-    QCOMPARE(label(f.w, 5), QStringLiteral("100.0")); // captions divide the value itself
+    // Each grid line is captioned with the ppm drawn at its height: -2..3 in
+    // decades of ppm x10.
+    QCOMPARE(QStringList({label(f.w, 0), label(f.w, 1), label(f.w, 3), label(f.w, 5)}),
+             QStringList({"0.001", "0.01", "1", "100"}));
     typeScale(f.w, "cmbScaleY", "2.5");
     QCOMPARE(f.w.yExtent(), Log10(2.5));
-    QCOMPARE(label(f.w, 5), QStringLiteral("0.3")); // 2.5 rounds to 3 for the captions
+    QCOMPARE(label(f.w, 5), QStringLiteral("0.25"));
+    QCOMPARE(label(f.w, 0), QStringLiteral("0.001"));
     QTest::mouseClick(chkLog, Qt::LeftButton);
     QCOMPARE(f.w.yExtent(), 2.5F);
     QCOMPARE(f.w.picture()->axes().yBottom, 0.0);
+    QCOMPARE(label(f.w, 5), QStringLiteral("0.3"));
     QVERIFY(f.n.messages.isEmpty());
 }
 
