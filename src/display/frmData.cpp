@@ -49,8 +49,8 @@ void frmData::fitFont()
     // The largest bold font whose figures fit the label, with a margin.
     QFont f = lblValue_->font();
     f.setBold(true);
-    const QString sample = lblValue_->text().size() < 4 ? QStringLiteral("00.0")
-                                                        : lblValue_->text();
+    const QString sample =
+        lblValue_->text().size() < 4 ? QStringLiteral("00.0") : lblValue_->text();
     const QSize room = lblValue_->size() * 0.85;
     int size = qMax(8, room.height());
     f.setPixelSize(size);

@@ -8,7 +8,14 @@
 #include <QVBoxLayout>
 
 namespace {
-enum Column { ColN, ColTime, ColValue, ColTemper, ColCount };
+enum Column
+{
+    ColN,
+    ColTime,
+    ColValue,
+    ColTemper,
+    ColCount
+};
 
 QTableWidgetItem* cell(const QString& text)
 {
@@ -31,9 +38,8 @@ frmFData::frmFData(QWidget* parent) : QWidget(parent), flx_(new QTableWidget(kRo
     setObjectName(QStringLiteral("frmFData"));
     setWindowTitle(QStringLiteral("Table"));
     flx_->setObjectName(QStringLiteral("Flx"));
-    flx_->setHorizontalHeaderLabels(
-        {QStringLiteral("N"), QStringLiteral("Time"), QStringLiteral("Value"),
-         QStringLiteral("Temper")});
+    flx_->setHorizontalHeaderLabels({QStringLiteral("N"), QStringLiteral("Time"),
+                                     QStringLiteral("Value"), QStringLiteral("Temper")});
     flx_->verticalHeader()->hide();
     flx_->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     flx_->setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -3,5 +3,6 @@
 
 int main(int argc, char** argv)
 {
-    return runTests<SettingsTest, CatalogueTest, MainFrameTest, ViewsTest, HeadlessTest>(argc, argv);
+    return runTests<SettingsTest, CatalogueTest, MainFrameTest, ViewsTest, HeadlessTest>(argc,
+                                                                                         argv);
 }

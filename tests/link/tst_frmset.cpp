@@ -1,9 +1,8 @@
 // The record-layout dialog driven through its controls.
-#include "tst_link.h"
-
 #include "RecordingNotifier.h"
 #include "app/Station.h"
 #include "link/frmSet.h"
+#include "tst_link.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
