@@ -40,6 +40,7 @@ frmAlarm::frmAlarm(Station& st, QWidget* parent)
 {
     setObjectName(QStringLiteral("frmAlarm"));
     setWindowTitle(QStringLiteral("Set Alarm"));
+    setMinimumWidth(320); // room for the whole title
 
     auto* frame = new QGroupBox(QStringLiteral("Set Alarm Values (ppm x10)"), this);
     frame->setObjectName(QStringLiteral("Frame1"));

@@ -156,7 +156,8 @@ void MDIFrm::buildMenus()
     sv->menuAction()->setVisible(false);
     QAction* showVal = addItem(sv, "mnuShowVal", QStringLiteral("Sh&ow Value"));
     showVal->setCheckable(true);
-    showVal->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_W));
+    // Not Ctrl+W: the graph windows' own Close takes that one.
+    showVal->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_V));
     addAction(showVal);
     connect(showVal, &QAction::triggered, this, &MDIFrm::mnuShowVal_Click);
     mdi_->setContextMenuPolicy(Qt::CustomContextMenu);

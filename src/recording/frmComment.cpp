@@ -11,7 +11,7 @@
 #include <QPushButton>
 
 frmComment::frmComment(Station& st, DataRecorder& recorder, QWidget* parent)
-    : QWidget(parent, Qt::Window), st_(st), recorder_(recorder), lblMessage_(new QLabel(this)),
+    : QWidget(parent, Qt::Dialog), st_(st), recorder_(recorder), lblMessage_(new QLabel(this)),
       txtComment_(new QLineEdit(this)), cmdOK_(new QPushButton(QStringLiteral("OK"), this))
 {
     setObjectName(QStringLiteral("frmComment"));

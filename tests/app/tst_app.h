@@ -46,6 +46,7 @@ private Q_SLOTS:
     void init();
     void menus();
     void onTopToggle();
+    void showValueShortcut();
     void loadPreSet();
     void writeToggle();
     void alarmReachesWindowsAndFiles();

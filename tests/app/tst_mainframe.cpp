@@ -7,6 +7,7 @@
 #include "app/Settings.h"
 #include "app/Station.h"
 #include "app/frmCOM.h"
+#include "app/frm_txt.h"
 #include "display/frmVal.h"
 #include "tst_app.h"
 
@@ -101,6 +102,22 @@ void MainFrameTest::onTopToggle()
     QVERIFY(item(f, "mnuOnTop")->isVisible());
     QVERIFY(!(f.windowFlags() & Qt::WindowStaysOnTopHint));
     QVERIFY(f.isVisible());
+}
+
+void MainFrameTest::showValueShortcut()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    f.show(); // with the graph windows open, whose Close owns Ctrl+W
+    QApplication::setActiveWindow(&f);
+    QVERIFY(QTest::qWaitForWindowActive(&f));
+    QTest::keyClick(&f, Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    QVERIFY(item(f, "mnuShowVal")->isChecked());
+    QVERIFY(f.textWindow()->isVisible());
+    QVERIFY(f.mainGraph()->cursorOption);
+    QTest::keyClick(&f, Qt::Key_V, Qt::ControlModifier | Qt::ShiftModifier);
+    QVERIFY(!f.textWindow()->isVisible());
 }
 
 void MainFrameTest::loadPreSet()
