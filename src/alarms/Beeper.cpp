@@ -3,7 +3,9 @@
 #include <QApplication>
 #include <QAudioFormat>
 #include <QAudioSink>
+#include <QBuffer>
 #include <QMediaDevices>
+#include <QTimer>
 #include <QtMath>
 #include <cstring>
 
@@ -68,17 +70,17 @@ Beeper::Beeper(QObject* parent) : QObject(parent) {}
 
 Beeper::~Beeper()
 {
-    release();
+    if (playing_)
+        playing_->stop();
 }
 
-bool Beeper::prepare()
+bool Beeper::playTone()
 {
+    if (playing_)
+        return true; // the last tone is still sounding
     const QAudioDevice device = QMediaDevices::defaultAudioOutput();
     if (device.isNull())
         return false;
-    if (sink_ && device == device_)
-        return true;
-    release();
     QAudioFormat format;
     format.setSampleRate(kPreferredRate);
     format.setChannelCount(1);
@@ -87,49 +89,39 @@ bool Beeper::prepare()
         format = device.preferredFormat();
     if (format.bytesPerFrame() <= 0 || format.sampleRate() <= 0)
         return false;
-    // One stream kept open and fed a tone per beep; it idles silently in
-    // between. The sound system starts playing a stream once its buffer is
-    // full, so each tone is exactly one buffer: cut to the buffer granted, or
-    // padded with silence, it sounds as soon as it is written.
-    sink_ = new QAudioSink(device, format, this);
-    sink_->setBufferSize(qsizetype(format.bytesForDuration(ToneMs * 1000)));
-    out_ = sink_->start();
-    device_ = device;
-    const qsizetype granted = sink_->bufferSize();
-    if (!out_ || sink_->error() != QAudio::NoError || granted <= 0) {
-        release();
+    if (format != format_ || pcm_.isEmpty()) {
+        format_ = format;
+        pcm_ = tone(format, ToneHz, ToneMs);
+    }
+    auto* sink = new QAudioSink(device, format, this);
+    auto* source = new QBuffer(sink);
+    source->setData(pcm_);
+    source->open(QIODevice::ReadOnly);
+    // The stream reads the whole tone and then runs dry: that is its end.
+    connect(sink, &QAudioSink::stateChanged, this, [this, sink](QAudio::State state) {
+        if (state == QAudio::IdleState || state == QAudio::StoppedState)
+            finished(sink);
+    });
+    sink->start(source);
+    if (sink->error() != QAudio::NoError || sink->state() == QAudio::StoppedState) {
+        delete sink;
         return false;
     }
-    const int ms = qMin(ToneMs, int(format.durationForBytes(qint32(granted)) / 1000));
-    pcm_ = tone(format, ToneHz, ms);
-    pcm_.append(qMax<qsizetype>(0, granted - pcm_.size()),
-                format.sampleFormat() == QAudioFormat::UInt8 ? '\x80' : '\0');
+    playing_ = sink;
     return true;
 }
 
-void Beeper::release()
+void Beeper::finished(QAudioSink* sink)
 {
-    if (sink_) {
-        sink_->stop();
-        delete sink_;
-    }
-    sink_ = nullptr;
-    out_ = nullptr;
-    device_ = QAudioDevice();
-}
-
-bool Beeper::playTone()
-{
-    if (!prepare())
-        return false;
-    if (sink_->bytesFree() >= pcm_.size())
-        out_->write(pcm_); // otherwise the last tone is still sounding
-    const QAudio::Error e = sink_->error();
-    if (e == QAudio::NoError || e == QAudio::UnderrunError)
-        return true;
-    // The output failed; try afresh next time, the platform beep for now.
-    release();
-    return false;
+    if (sink != playing_)
+        return;
+    playing_ = nullptr;
+    // What the stream has handed to the sound system still plays for a
+    // moment: it is closed a little later so that the tone's end isn't cut.
+    QTimer::singleShot(ToneMs + 200, sink, [sink] {
+        sink->stop();
+        sink->deleteLater();
+    });
 }
 
 void Beeper::beep()

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QAudioDevice>
+#include <QAudioFormat>
 #include <QByteArray>
 #include <QObject>
 
@@ -10,6 +10,8 @@ class QAudioSink;
 // default sound output (the platform beep is often silent on Linux
 // desktops). Without a sound output, or when playing fails, it falls back to
 // QApplication::beep(). Playing is asynchronous: beep() returns at once.
+// Each tone is a short stream of its own that reads the tone from memory and
+// is closed once it has been played out.
 class Beeper : public QObject
 {
     Q_OBJECT
@@ -27,12 +29,10 @@ public:
 
 private:
     bool playTone();
-    bool prepare();
-    void release();
+    void finished(QAudioSink* sink);
 
-    QAudioDevice device_;
-    QAudioSink* sink_ = nullptr;
-    QIODevice* out_ = nullptr; // the sink's input while it runs
-    QByteArray pcm_;
+    QAudioSink* playing_ = nullptr; // the tone now sounding, if any
+    QAudioFormat format_;
+    QByteArray pcm_; // the tone in format_
     bool lastWasTone_ = false;
 };
