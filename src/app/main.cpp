@@ -109,11 +109,14 @@ int runWindowed(QApplication& app, const Options& o)
     return rc;
 }
 
-bool wantsHeadless(int argc, char** argv)
+// Headless runs, and the help and version texts, need no display.
+bool needsNoScreen(int argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--headless") == 0)
-            return true;
+        for (const char* option : {"--headless", "--help", "-h", "--help-all", "--version", "-v"}) {
+            if (std::strcmp(argv[i], option) == 0)
+                return true;
+        }
     }
     return false;
 }
@@ -129,10 +132,10 @@ void describe(QCoreApplication& app)
 int main(int argc, char** argv)
 {
     // Without windows no display is needed, so the plain core application runs.
-    if (wantsHeadless(argc, argv)) {
+    if (needsNoScreen(argc, argv)) {
         QCoreApplication app(argc, argv);
         describe(app);
-        const Options o = parse(app);
+        const Options o = parse(app); // prints help or version and exits
         return runHeadless(app, o.run);
     }
     QApplication app(argc, argv);
