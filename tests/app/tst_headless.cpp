@@ -14,7 +14,8 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
     QVERIFY(QDir().mkpath(data));
     QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
     QVERIFY(ini.open(QIODevice::WriteOnly));
-    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n");
+    // Every reading is above the first threshold and below the second.
+    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[LIMIT]\nLimit1=1\nLimit2=99999\n");
     ini.close();
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -43,7 +44,10 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
         QVERIFY2(m.hasMatch(), l.constData());
         QCOMPARE(m.captured(1).toDouble() / 10.0, m.captured(2).toDouble());
     }
-    QVERIFY(p.readAllStandardError().contains("simulated analyzer on /dev/pts/"));
+    const QString err = QString::fromUtf8(p.readAllStandardError());
+    QVERIFY(err.contains(QStringLiteral("simulated analyzer on /dev/pts/")));
+    QCOMPARE(err.count(QStringLiteral("-1-й порог превышен\n")), 1); // once, until quiet
+    QVERIFY(!err.contains(QStringLiteral("2-й порог")));
     // Every printed reading was recorded, numbered without a gap, and the day's
     // file ends with its stop mark.
     const QStringList dats = QDir(data).entryList({QStringLiteral("*.dat")});
@@ -54,10 +58,12 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
         QVERIFY(f.open(QIODevice::ReadOnly));
         records += f.readAll();
     }
-    const QList<QByteArray> recs = records.trimmed().split('\n');
+    QList<QByteArray> recs = records.split('\n');
+    QCOMPARE(recs.takeLast(), QByteArray()); // the last record ends its line too
     QCOMPARE(recs.size(), lines.size());
     for (qsizetype i = 0; i < recs.size(); ++i)
-        QVERIFY2(recs[i].startsWith(QByteArray::number(i + 1).rightJustified(5, '0') + '\t'),
+        QVERIFY2(recs[i].startsWith(QByteArray::number(i + 1).rightJustified(5, '0') + '\t') &&
+                     recs[i].endsWith("\t1\r"),
                  recs[i].constData());
     const QStringList txts = QDir(data).entryList({QStringLiteral("*.txt")});
     QCOMPARE(txts.size(), 1);
