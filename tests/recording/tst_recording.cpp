@@ -1,16 +1,13 @@
 // Data files: record bytes, names, rotation, appending, write failures, the
-// operator's choice of file, the comment window, and a recording of the
-// simulated analyzer on a pseudo-terminal.
+// operator's choice of file and the comment window. The recording of the
+// simulated analyzer over a pseudo-terminal is tested through velmora --headless.
 #include "RecordingRig.h"
 #include "TestMain.h"
-#include "link/RunControl.h"
 #include "recording/DataRecord.h"
 #include "recording/frmComment.h"
-#include "sim/SimHost.h"
 
 #include <QLineEdit>
 #include <QPushButton>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <csignal>
 #include <optional>
@@ -255,48 +252,6 @@ private Q_SLOTS:
         QCOMPARE(rig.file("15_11_26.txt"), "Start=15/11/26\r\n15/11/26 14:05:07-" +
                                                QString::fromUtf8("Проверка").toLocal8Bit() +
                                                "\r\n");
-    }
-
-    void simulatedAnalyzerRecordedWhole()
-    {
-        SimHost host;
-        SimConfig config;
-        config.readingsPerSecond = 25;
-        QString why;
-        const QString tty = host.start(config, &why);
-        QVERIFY2(!tty.isEmpty(), qPrintable(why));
-        RecordingRig rig;
-        rig.rec.clock = [] { return QDateTime::currentDateTime(); };
-        rig.st.portName = tty;
-        rig.st.applyPortSettings();
-        rig.st.synchroFromTimer = false;
-        Run(rig.st);
-        QVERIFY(QTest::qWaitFor([&] { return rig.st.acceptedRecords > 0; }, 5000));
-        QVERIFY(rig.rec.start());
-        const QString dat = rig.rec.dataFilePath();
-        const QString txt = rig.rec.textFilePath();
-        const qint64 first = rig.st.acceptedRecords;
-        QVERIFY(QTest::qWaitFor([&] { return rig.st.acceptedRecords >= first + 50; }, 10000));
-        rig.rec.end();
-        const qint64 recorded = rig.st.acceptedRecords - first;
-        rig.st.Stop();
-        host.stop();
-        QList<QByteArray> lines = contents(dat).split('\n');
-        QVERIFY(lines.takeLast().isEmpty()); // the file ends with a whole record
-        QCOMPARE(lines.size(), recorded);
-        static const QRegularExpression record(
-            "^(\\d{5})\\t\\d\\d:\\d\\d:\\d\\d\\t(\\d{5})\\t00000\\t([013])\\r$");
-        for (qsizetype i = 0; i < lines.size(); ++i) {
-            const auto m = record.match(QString::fromLatin1(lines[i]));
-            QVERIFY2(m.hasMatch(), lines[i].constData());
-            QCOMPARE(m.captured(1).toLongLong(), i + 1);
-            const int v = m.captured(2).toInt();
-            QCOMPARE(m.captured(3), QString(v <= 50 ? "0" : v <= 80 ? "1" : "3"));
-        }
-        static const QRegularExpression marks(
-            "^Start=\\d\\d/\\d\\d/\\d\\d\\r\\nStop-\\d\\d:\\d\\d:\\d\\d\\r\\n\\r\\n$");
-        QVERIFY2(marks.match(QString::fromLatin1(contents(txt))).hasMatch(),
-                 contents(txt).constData());
     }
 };
 
