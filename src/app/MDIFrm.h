@@ -37,9 +37,7 @@ public:
     QMdiArea* mdiArea() const { return mdi_; }
     QList<QLabel*> statusPanels() const { return panels_; }
     frmVal* valueWindow() const { return val_; }
-    frmComment* commentWindow() const { return comment_; }
     AlarmCheck* alarms() const { return alarms_; }
-    DataRecorder* recorder() const { return recorder_; }
     frm_txt* textWindow();
 
     // The toolbar button with this key ("Run", "Write", ...).
