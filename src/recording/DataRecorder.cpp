@@ -198,6 +198,10 @@ bool DataRecorder::start()
     const bool dataOk = OpenDataFile(true);
     OpenTextFile();
     st_.sinks[Station::DataFileSink] = [this](double, const QByteArray& reply) {
+        // In "From Device" mode the polling timer is off and never ticks: each
+        // record then looks for a new hour or day itself before it is written.
+        if (!st_.HTmr.isActive())
+            rotate();
         WriteToFile(reply);
     };
     st_.recording = true;

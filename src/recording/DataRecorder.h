@@ -22,7 +22,8 @@ class Station;
 //   rec.chooseFile = fileDialogChooser(frame); // DataFileDialog.h; OpenDataFile(false)
 // start() opens both files, sets st.recording and installs the data-file sink;
 // end() clears both. Every tick of st.HTmr while recording rotates the files
-// when the hour or the day has changed. Messages and the Retry/Cancel question
+// when the hour or the day has changed; while st.HTmr is off ("From Device"
+// mode) each record checks that before it is written. Messages and the Retry/Cancel question
 // go through st.notifier().
 class DataRecorder : public QObject
 {

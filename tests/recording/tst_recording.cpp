@@ -25,6 +25,13 @@ QByteArray recordLine(const char* counter, const QDateTime& t, const char* value
 }
 } // namespace
 
+enum Rotation
+{
+    Tick,
+    Restart,
+    Record
+};
+
 enum Fault
 {
     DiskFull,
@@ -62,56 +69,67 @@ private Q_SLOTS:
     void rotation_data()
     {
         QTest::addColumn<QDateTime>("next");
-        QTest::addColumn<bool>("restart"); // recording ended and started again instead of a tick
+        QTest::addColumn<int>("how"); // what notices the new hour: tick, restart or record
         QTest::addColumn<QString>("dataName");
         QTest::addColumn<QByteArray>("day1");
         QTest::addColumn<QByteArray>("day2");
         const QDate d15(2026, 11, 15);
         QTest::newRow("same hour")
-            << QDateTime(d15, QTime(14, 59, 59)) << false << "14h15_11.dat"
+            << QDateTime(d15, QTime(14, 59, 59)) << int(Tick) << "14h15_11.dat"
             << QByteArray("Start=15/11/26\r\nStop-14:59:59\r\n\r\n") << QByteArray();
         QTest::newRow("restart within the hour")
-            << QDateTime(d15, QTime(14, 40)) << true << "14h15_11.dat"
+            << QDateTime(d15, QTime(14, 40)) << int(Restart) << "14h15_11.dat"
             << QByteArray(
                    "Start=15/11/26\r\nStop-14:40:00\r\n\r\nStart=15/11/26\r\nStop-14:40:00\r\n\r\n")
             << QByteArray();
         QTest::newRow("next hour")
-            << QDateTime(d15, QTime(15, 0, 2)) << false << "15h15_11.dat"
+            << QDateTime(d15, QTime(15, 0, 2)) << int(Tick) << "15h15_11.dat"
             << QByteArray("Start=15/11/26\r\nStop-15:00:02\r\n\r\n") << QByteArray();
-        QTest::newRow("midnight") << QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3)) << false
+        QTest::newRow("midnight") << QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3)) << int(Tick)
                                   << "00h16_11.dat" << QByteArray("Start=15/11/26\r\n")
                                   << QByteArray("Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
+        QTest::newRow("midnight, no polling timer")
+            << QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3)) << int(Record) << "00h16_11.dat"
+            << QByteArray("Start=15/11/26\r\n")
+            << QByteArray("Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
     }
 
     void rotation()
     {
         QFETCH(QDateTime, next);
-        QFETCH(bool, restart);
+        QFETCH(int, how);
         QFETCH(QString, dataName);
+        const bool restart = how == Restart;
         RecordingRig rig;
+        if (how != Record)
+            rig.st.HTmr.start(60000); // polling: only its ticks rotate
         QVERIFY(rig.rec.start());
         QCOMPARE(rig.rec.dataFilePath(), QDir::toNativeSeparators(rig.path("14h15_11.dat")));
         QCOMPARE(rig.rec.textFilePath(), QDir::toNativeSeparators(rig.path("15_11_26.txt")));
         rig.st.deliver(20, "00020\r");
         rig.now = next;
-        rig.st.deliver(21, "00021\r"); // before the tick: still the old file
+        if (how != Record)
+            rig.st.deliver(21, "00021\r"); // before the tick: still the old file
         std::optional<DataRecorder> again;
         if (restart) {
             rig.rec.end();
             rig.st.recordCounter = 0; // as after a restart of the program
             again.emplace(rig.st).clock = rig.rec.clock;
             QVERIFY(again->start());
-        } else {
+        } else if (how == Tick) {
             QSignalSpy ticks(&rig.st.HTmr, &QTimer::timeout);
             rig.st.HTmr.start(5);
             QVERIFY(QTest::qWaitFor([&] { return ticks.size() >= 2; }, 2000));
             rig.st.HTmr.stop();
         }
         DataRecorder& rec = restart ? *again : rig.rec;
-        QVERIFY(rec.dataFilePath().endsWith(dataName));
         rig.st.deliver(22, "00022\r");
+        QVERIFY(rec.dataFilePath().endsWith(dataName));
         rec.end();
-        if (dataName == "14h15_11.dat") {
+        if (how == Record) {
+            QCOMPARE(rig.file("14h15_11.dat"), kRec1);
+            QCOMPARE(rig.file(dataName), recordLine("00001", next, "00022"));
+        } else if (dataName == "14h15_11.dat") {
             QCOMPARE(rig.file(dataName), kRec1 + recordLine("00002", next, "00021") +
                                              recordLine("00003", next, "00022"));
         } else {
