@@ -1,0 +1,278 @@
+// The simulator over a real pty, read through the station's port: on the
+// test's thread, on a thread of its own (the station's --simulate) and as the
+// standalone velmora-sim.
+#pragma once
+
+#include "link/CommPort.h"
+#include "sim/AnalyzerSim.h"
+#include "sim/SimHost.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTest>
+#include <QThread>
+#include <csignal>
+
+inline const QList<int> kBus{1, 10, 255};
+
+// A streaming analyzer, or an RS-485 line of analyzers at `bus`.
+inline SimConfig simConfig(AnalyzerType type, double rate, int baud = 9600,
+                           const QList<int>& bus = {})
+{
+    SimConfig c;
+    c.type = type;
+    c.readingsPerSecond = rate;
+    c.baud = baud;
+    c.addresses = bus;
+    c.seed = 42;
+    return c;
+}
+
+// A simulator with the station's port opened on its pty, both served by the
+// test's waits.
+struct SimLine
+{
+    explicit SimLine(const SimConfig& c) : sim(c) {}
+
+    bool open()
+    {
+        clock.start();
+        if (!sim.start())
+            return false;
+        port.setPortName(sim.ttyPath());
+        return port.setPortOpen(true);
+    }
+    void send(const QByteArray& command) { port.Output(command + '\r'); }
+    // Waits until the simulator has heard `heard` commands, then appends what
+    // arrives to `got` until nothing more comes for 200 ms; false on a timeout.
+    bool drain(QByteArray& got, int heard = 0)
+    {
+        QElapsedTimer t;
+        t.start();
+        if (!QTest::qWaitFor([&] { return sim.commands().size() >= heard; }))
+            return false;
+        while (QTest::qWaitFor([&] { return port.InBufferCount() > 0; }, 200)) {
+            got += port.Input();
+            if (t.elapsed() > 3000)
+                return false;
+        }
+        return true;
+    }
+
+    AnalyzerSim sim;
+    CommPort port;
+    QElapsedTimer clock; // since open()
+};
+
+class TestSimLine : public QObject
+{
+    Q_OBJECT
+    using Frames = QList<QByteArray>;
+private Q_SLOTS:
+    void commands_data()
+    {
+        QTest::addColumn<Frames>("frames");    // addressed ones go to an RS-485 line
+        QTest::addColumn<QByteArray>("reply"); // all that comes back, in order
+        const AnalyzerSim bus(simConfig(AnalyzerType::ZepD, 1.0, 9600, kBus));
+        auto row = [](const char* name, const Frames& frames, const QByteArray& reply) {
+            QTest::newRow(name) << frames << reply;
+        };
+        row("acknowledged, refused or ignored",
+            {"HELLO", "ZERO", "INIT", "CALB 2.5", "CALB 150", "CALB 100", "CALB 0", "CALBX"},
+            "OK\rOK\rOK\rER\rOK\rER\rER\r");
+        row("user ID stored as sent", {"CUST  X Y", "CUST?"}, " X Y          \r");
+        row("zero value kept, bad one ignored", {"AMB 0005", "AMB 12345", "AMB?"},
+            "A0005 0000\rA0005 0000\rA0005 0000\r");
+        row("addressed serial numbers", {"#0ASRAL?", "#FFSRAL?"},
+            bus.unit(10)->serial + '\r' + bus.unit(255)->serial + '\r');
+        row("only the addressed answer, none streams",
+            {"#02SRAL?", "#0aSRAL?", "SRAL?", "#01XDAT?"}, "");
+        row("user ID per analyzer", {"#FFCUST NORTH", "#01CUST SOUTH", "#FFCUST?", "#01CUST?"},
+            "NORTH         \rSOUTH         \r");
+    }
+    void commands()
+    {
+        QFETCH(Frames, frames);
+        const bool bus = frames.first().startsWith('#');
+        QFETCH(QByteArray, reply);
+        SimLine l(simConfig(AnalyzerType::ZepD, 1.0, 1200, bus ? kBus : QList<int>{}));
+        QVERIFY(l.open());
+        for (const QByteArray& f : frames)
+            l.send(f);
+        // Paced at 1200 baud, 10 bit times a byte.
+        QVERIFY(QTest::qWaitFor([&] { return l.port.InBufferCount() >= reply.size(); }));
+        const qint64 ms = l.clock.elapsed(), minMs = reply.size() * 10000 / 1200 - 1;
+        QVERIFY2(ms >= minMs && ms < minMs * 3 + 300, qPrintable(QString::number(ms)));
+        QByteArray got;
+        QVERIFY(l.drain(got, int(frames.size())));
+        QCOMPARE(got, reply);
+    }
+
+    void dataRecord()
+    {
+        // One ZEP-C record (five digits, CR, LF) and no more; AMB? then reports
+        // the zero value and that reading.
+        SimLine l(simConfig(AnalyzerType::ZepC, 20.0));
+        QVERIFY(l.open());
+        l.send("DATA?");
+        l.send("AMB?");
+        QByteArray got;
+        QVERIFY(l.drain(got, 2));
+        const QByteArray v = QByteArray::number(l.sim.records().value(0).value);
+        QCOMPARE(got, v.rightJustified(5, '0') + "\r\nA0000 " + v.rightJustified(4, '0') + '\r');
+    }
+
+    void dataReplies()
+    {
+        SimLine l(simConfig(AnalyzerType::ZepD, 1.0, 9600, kBus));
+        QVERIFY(l.open());
+        for (const char* frame : {"#01DATA?", "#0ADATA?", "#FFDATA?"})
+            l.send(frame);
+        QByteArray got;
+        QVERIFY(l.drain(got, 3));
+        const auto sent = l.sim.records();
+        QVERIFY(got.size() == 3 * 73 && sent.size() == 3);
+        // 0x0E, 69 printable body bytes, two hex digits of the body's XOR, CR.
+        const QRegularExpression frame("\\A\x0E[ -~]{69}[0-9A-F]{2}\r\\z");
+        auto digits = [](int v) { return QByteArray::number(v).rightJustified(5, '0'); };
+        for (int i = 0; i < 3; ++i) {
+            const QByteArray r = got.mid(i * 73, 73);
+            QVERIFY2(frame.match(QString::fromLatin1(r)).hasMatch(), r.toHex(' ').constData());
+            quint8 x = 0;
+            for (char c : r.mid(1, 69))
+                x ^= quint8(c);
+            QCOMPARE(r.mid(70, 2).toInt(nullptr, 16), int(x));
+            // The analyzer's serial number; CO2 (near 420 ppm) and CH4, five digits each.
+            QCOMPARE(r.mid(1, 8), l.sim.unit(kBus[i])->serial);
+            QVERIFY(sent[i].second > 3000 && sent[i].second < 6000);
+            QCOMPARE(r.mid(49, 11), digits(sent[i].second) + ' ' + digits(sent[i].value));
+        }
+    }
+
+    void stream_data()
+    {
+        QTest::addColumn<QByteArray>("fault");
+        QTest::addColumn<QList<int>>("faulty"); // numbers among the first six records
+        QTest::newRow("garble once") << QByteArray("garble") << QList<int>{1};
+        QTest::newRow("out of step once") << QByteArray("shift") << QList<int>{1};
+        QTest::newRow("2nd garbled, 3rd shifted") << QByteArray("every") << QList<int>{2, 3, 4, 6};
+        QTest::newRow("burst of 3 at 1200 baud") << QByteArray("burst") << QList<int>{};
+    }
+    void stream()
+    {
+        QFETCH(QByteArray, fault);
+        QFETCH(QList<int>, faulty);
+        SimConfig c = simConfig(AnalyzerType::ZepD, 20.0, fault == "burst" ? 1200 : 9600);
+        c.garbleEvery = fault == "every" ? 2 : 0;
+        c.shiftEvery = fault == "every" ? 3 : 0;
+        SimLine l(c);
+        QVERIFY(l.open());
+        if (fault == "garble")
+            l.sim.injectGarble();
+        else if (fault == "shift")
+            l.sim.injectOutOfStep(3);
+        else if (fault == "burst")
+            l.sim.injectBurst(3);
+        l.send("XDAT?");
+        // Paced at 1200 baud a record trickles in over 58 ms; a burst is there
+        // as a whole as soon as any of it is.
+        QVERIFY(QTest::qWaitFor([&] { return l.port.InBufferCount() > 0; }));
+        QByteArray got = l.port.Input();
+        QVERIFY(fault != "burst" || got.size() == 3 * 7);
+        // Six records at 20 a second take at least five reading periods.
+        QVERIFY(QTest::qWaitFor([&] { return l.sim.recordCount() >= 6; }));
+        QVERIFY2(l.clock.elapsed() >= 190, qPrintable(QString::number(l.clock.elapsed())));
+        l.send("CDAT?");
+        QVERIFY(l.drain(got, 2)); // the record on the line may finish
+
+        // Faulty records break the framing the station checks (five digits, LF,
+        // CR); the others carry the reading. All reach the line in order, alone.
+        const QRegularExpression record("\\A[0-9]{5}\n\r\\z");
+        const auto sent = l.sim.records();
+        QByteArray expected;
+        for (int i = 0; i < sent.size(); ++i) {
+            const bool bad = !record.match(QString::fromLatin1(sent[i].bytes)).hasMatch();
+            QCOMPARE(bad, sent[i].fault != AnalyzerSim::Fault::None);
+            QVERIFY(i >= 6 || bad == faulty.contains(i + 1));
+            QVERIFY(bad || sent[i].bytes.left(5).toInt() == sent[i].value);
+            expected += sent[i].bytes;
+        }
+        QCOMPARE(got, expected);
+    }
+
+    void timedFaults_data()
+    {
+        QTest::addColumn<bool>("pull");
+        QTest::newRow("silence") << false;
+        QTest::newRow("pull") << true;
+    }
+    void timedFaults()
+    {
+        QFETCH(bool, pull);
+        SimConfig c = simConfig(AnalyzerType::ZepC, 20.0);
+        (pull ? c.pullAfterMs : c.silenceAfterMs) = 300;
+        SimLine l(c);
+        // The station closes and reopens its port around commands; the line
+        // must survive that without a hang-up.
+        QVERIFY(l.open() && l.port.setPortOpen(false) && l.port.setPortOpen(true));
+        l.send("XDAT?");
+        QVERIFY(QTest::qWaitFor([&] { return l.sim.isSilent() || l.sim.isPulled(); }));
+        QVERIFY(l.sim.recordCount() > 0 && l.sim.isPulled() == pull);
+        if (pull) {
+            // The station's port notices the vanished device and closes itself.
+            QVERIFY(QTest::qWaitFor([&] { return !l.port.PortOpen(); }));
+            QVERIFY(!QFile::exists(l.sim.ttyPath()) && !l.port.setPortOpen(true));
+        } else {
+            // A silent analyzer stops streaming and answers nothing.
+            QByteArray got;
+            QVERIFY(l.drain(got));
+            got.clear();
+            l.send("ZERO");
+            QVERIFY(l.drain(got, 2) && got.isEmpty());
+        }
+    }
+
+    void ownThreadKeepsStreamingWhileCallerIsBlocked()
+    {
+        SimHost host;
+        const QString path = host.start(simConfig(AnalyzerType::ZepC, 50.0));
+        QVERIFY(!path.isEmpty());
+        CommPort port;
+        port.setPortName(path);
+        QVERIFY(port.setPortOpen(true) && port.Output("XDAT?\r"));
+        QVERIFY(QTest::qWaitFor([&] { return host.sim()->recordCount() > 0; }));
+        // Block this thread without serving any events, as a station wait
+        // without keep-alive does: the simulator's own thread goes on pacing.
+        const int before = host.sim()->recordCount();
+        QElapsedTimer t;
+        t.start();
+        while (host.sim()->recordCount() < before + 5 && t.elapsed() < 3000)
+            QThread::msleep(5);
+        QVERIFY(host.sim()->recordCount() >= before + 5);
+        // invoke() runs on the simulator's thread and returns when it is done.
+        QThread* ran = nullptr;
+        host.invoke([&](AnalyzerSim&) { ran = QThread::currentThread(); });
+        QVERIFY(ran == host.sim()->thread() && ran != QThread::currentThread());
+        host.stop();
+        QVERIFY(!QFile::exists(path));
+    }
+
+    void standaloneProgram()
+    {
+        // An RS-485 line at a list with a range; SIGINT ends the program cleanly.
+        QProcess p;
+        p.start(QStringLiteral(VELMORA_SIM_EXE), {"--rs485", "3,7-9", "--baud", "19200"});
+        QVERIFY(p.waitForStarted() && p.waitForReadyRead(5000));
+        CommPort port;
+        port.setPortName(QString::fromLocal8Bit(p.readLine()).trimmed());
+        QVERIFY(port.setPortOpen(true) && port.Output("#08DATA?\r"));
+        QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() >= 73; }));
+        const QByteArray reply = port.Input();
+        QVERIFY(reply.size() == 73 && reply.startsWith('\x0E'));
+        ::kill(pid_t(p.processId()), SIGINT);
+        QVERIFY(p.waitForFinished(5000));
+        QVERIFY(p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0);
+    }
+};
