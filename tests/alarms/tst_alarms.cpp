@@ -1,17 +1,12 @@
-// Alarm thresholds: the check's sequences, the windows it drives while
-// readings go on, and the thresholds dialog.
+// Alarm thresholds: the check's sequences and the thresholds dialog. The
+// windows it drives are tested through the main frame.
 #include "RecordingNotifier.h"
 #include "TestMain.h"
 #include "alarms/AlarmCheck.h"
-#include "alarms/AlarmWindows.h"
 #include "alarms/frmAlarm.h"
 #include "app/Station.h"
 #include "display/GraphTable.h"
-#include "display/frmVal.h"
-#include "recording/DataRecorder.h"
-#include "recording/frmComment.h"
 
-#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -112,44 +107,6 @@ private Q_SLOTS:
         QCOMPARE(view.message, expected);
         QTEST(view.shows, "shows");
         QTEST(view.color, "color");
-    }
-
-    void windowsFollowWhileReadingsGoOn()
-    {
-        RecordingNotifier n;
-        Station st(n);
-        DataRecorder rec(st);
-        frmVal val;
-        frmComment comment(st, rec);
-        AlarmCheck alarms(st);
-        AlarmWindows screen(alarms, &val, &comment);
-        // Readings faster than the 250 ms tick must not hold it off.
-        QTimer readings;
-        connect(&readings, &QTimer::timeout, [&] { st.deliver(90, QByteArray()); });
-        readings.start(100);
-        QList<int> colors;
-        QVERIFY(QTest::qWaitFor(
-            [&] {
-                if (colors.isEmpty() || colors.last() != val.backColor())
-                    colors << val.backColor();
-                return colors.size() >= 4;
-            },
-            3000));
-        QCOMPARE(colors, QList<int>({frmVal::Green, frmVal::Red, frmVal::Green, frmVal::Red}));
-        readings.stop();
-        const QString shown = comment.findChild<QLabel*>("lblMessage")->text();
-        QVERIFY2(comment.isVisible() && shown.contains("1-й порог превышен\n") &&
-                     shown.endsWith("2-й порог превышен"),
-                 qPrintable(shown));
-        comment.close();
-        QVERIFY(!alarms.alarmWindowShown() && alarms.secondLogged());
-        st.deliver(90, QByteArray());
-        QVERIFY(comment.isVisible());
-        comment.findChild<QPushButton*>("cmdOK")->click();
-        QVERIFY(!alarms.alarmWindowShown() && !alarms.secondLogged() && !comment.isVisible());
-        st.deliver(10, QByteArray());
-        QVERIFY(val.backColor() == frmVal::Green && !alarms.tmrSound.isActive());
-        QVERIFY(n.messages.isEmpty());
     }
 };
 
