@@ -2,10 +2,13 @@
 
 #include "RecordingNotifier.h"
 #include "app/Station.h"
+#include "display/GraphTable.h"
 #include "display/MyPict.h"
 #include "display/frmOscil.h"
 
 #include <QImage>
+#include <QLabel>
+#include <QStringList>
 #include <QTest>
 
 // A station with a recording notifier and one graph window of N points per
@@ -42,4 +45,31 @@ struct GraphFixture
     RecordingNotifier n;
     Station st{n};
     frmOscil w{st};
+};
+
+// Caption of Y label i of a graph window.
+inline QString yLabel(const frmOscil& w, int i)
+{
+    return w.findChild<QLabel*>(QStringLiteral("lblY%1").arg(i))->text();
+}
+
+// A graph window stand-in for the graph table: it writes "<name> <call>" into a
+// shared log, so that tests see which windows were reached and in what order.
+struct FakeGraph : TrendGraph
+{
+    FakeGraph(QStringList& log, const QString& name) : log_(log), name_(name) {}
+    bool SetNewPointA() override { return note("SetNewPointA"); }
+    void SetLimit1Y(qint32) override { note("SetLimit1Y"); }
+    void SetLimit2Y(qint32) override { note("SetLimit2Y"); }
+    bool SetScalesX(int n) override { return note(QStringLiteral("SetScalesX %1").arg(n)); }
+    bool SetScalesY(double v) override { return note(QStringLiteral("SetScalesY %1").arg(v)); }
+    void setSynchro(bool on) override { note(QStringLiteral("setSynchro %1").arg(on)); }
+
+    bool note(const QString& call)
+    {
+        log_ << name_ + QLatin1Char(' ') + call;
+        return true;
+    }
+    QStringList& log_;
+    QString name_;
 };

@@ -1,5 +1,7 @@
 #include "TestMain.h"
-#include "tst_display.h"
+#include "tst_graphScales.h"
+#include "tst_showArr.h"
+#include "tst_trendGraph.h"
 
 int main(int argc, char** argv)
 {

@@ -1,7 +1,8 @@
 #include "TestMain.h"
-#include "tst_link.h"
+#include "tst_framing.h"
+#include "tst_runcontrol.h"
 
 int main(int argc, char** argv)
 {
-    return runTests<FramingTest, ReplyTest, RunControlTest, FormatDialogTest>(argc, argv);
+    return runTests<FramingTest, RunControlTest>(argc, argv);
 }

@@ -1,0 +1,185 @@
+// Framing without a line: marker and length detection, the ppm text, picking a
+// record out of a stream, one record through the checks into the sinks, and the
+// record-layout dialog driven through its controls.
+#pragma once
+
+#include "RecordingNotifier.h"
+#include "app/Station.h"
+#include "link/DataFormat.h"
+#include "link/ProcessReply.h"
+#include "link/frmSet.h"
+
+#include <QCheckBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QTest>
+
+// Records every sink call as "slot:value:reply".
+struct SinkLog
+{
+    QStringList calls;
+    void attach(Station& st)
+    {
+        for (int i = 0; i < Station::SinkCount; ++i) {
+            st.sinks[size_t(i)] = [this, i](double v, const QByteArray& reply) {
+                calls << QStringLiteral("%1:%2:%3").arg(i).arg(v).arg(QString::fromLatin1(reply));
+            };
+        }
+    }
+};
+
+class FramingTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void detect_data()
+    {
+        QTest::addColumn<QByteArray>("sample");
+        QTest::addColumn<int>("marker");
+        QTest::addColumn<int>("length");
+        QTest::newRow("CR wins over LF") << QByteArray("12345\r\n12345\r\n") << 13 << 7;
+        QTest::newRow("A wins over CR") << QByteArray("\r1A2\r3A") << 65 << 4;
+        QTest::newRow("code 14") << QByteArray("1\x0e-2\x0e") << 14 << 3;
+        QTest::newRow("full stop") << QByteArray("1.23.") << 46 << 3;
+        QTest::newRow("one marker only") << QByteArray("12345\r") << 0 << 0;
+    }
+    void detect()
+    {
+        QFETCH(QByteArray, sample);
+        QFETCH(int, marker);
+        QFETCH(int, length);
+        QCOMPARE(int(DetectMark(sample)), marker);
+        // Without a marker found, the length is measured on the current one (CR).
+        QCOMPARE(DetectLen(sample, marker ? quint8(marker) : quint8(13)), length);
+    }
+
+    void formatVal_data()
+    {
+        QTest::addColumn<double>("raw");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("12345") << 12345.0 << "1234.5";
+        QTest::newRow("70") << 70.0 << "07.0";
+        QTest::newRow("5") << 5.0 << "00.5";
+        QTest::newRow("-25") << -25.0 << "-02.5";
+    }
+    void formatVal()
+    {
+        QFETCH(double, raw);
+        QTEST(FormatVal(raw), "text");
+    }
+
+    void latestRecord_data()
+    {
+        QTest::addColumn<QByteArray>("stream");
+        QTest::addColumn<QByteArray>("record");
+        QTest::newRow("one") << QByteArray("00123\n\r") << QByteArray("00123\n\r");
+        QTest::newRow("newest of two")
+            << QByteArray("00123\n\r00456\n\r") << QByteArray("00456\n\r");
+        QTest::newRow("partial tail") << QByteArray("3\n\r00456\n\r007") << QByteArray("00456\n\r");
+        QTest::newRow("none complete") << QByteArray("\r0045") << QByteArray();
+    }
+    void latestRecord()
+    {
+        QFETCH(QByteArray, stream);
+        DataFormat f; // marker CR, value length 5
+        QTEST(LatestRecord(stream, f), "record");
+    }
+
+    void process_data()
+    {
+        QTest::addColumn<QByteArray>("record");
+        QTest::addColumn<int>("marker");
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<bool>("recording");
+        QTest::addColumn<QStringList>("calls");
+        // Every sink in slot order; the data file (3) only while recording.
+        const auto all = [](const QString& v, const QString& reply, bool recording = false) {
+            QStringList out;
+            for (int slot = 0; slot < Station::SinkCount; ++slot) {
+                if (slot != Station::DataFileSink || recording)
+                    out << QStringLiteral("%1:%2:%3").arg(slot).arg(v, reply);
+            }
+            return out;
+        };
+        QTest::newRow("LF marker accepts CR LF")
+            << QByteArray("12345\r\n") << 10 << 0 << false << all("12345", "12345\r");
+        QTest::newRow("CR marker rejects CR LF")
+            << QByteArray("12345\r\n") << 13 << 0 << false << QStringList();
+        QTest::newRow("longer cut to seven")
+            << QByteArray("00042\n\r00043\n\r") << 13 << 0 << false << all("42", "00042\n");
+        QTest::newRow("letter in digits")
+            << QByteArray("12a45\r\n") << 10 << 0 << false << QStringList();
+        QTest::newRow("zero offset 30")
+            << QByteArray("00100\r\n") << 10 << 30 << false << all("70", "00100\r");
+        QTest::newRow("short record") << QByteArray("001\r\n") << 10 << 0 << false << QStringList();
+        QTest::newRow("recording: data file too")
+            << QByteArray("00005 \r") << 13 << 0 << true << all("5", "00005 ", true);
+    }
+    void process()
+    {
+        QFETCH(QByteArray, record);
+        QFETCH(int, marker);
+        QFETCH(int, offset);
+        QFETCH(bool, recording);
+        QFETCH(QStringList, calls);
+        RecordingNotifier n;
+        Station st(n);
+        st.format.marker = quint8(marker);
+        st.zeroOffset = offset;
+        st.recording = recording;
+        SinkLog log;
+        log.attach(st);
+        QCOMPARE(ProcessRecord(st, record), !calls.isEmpty());
+        QCOMPARE(log.calls, calls);
+        QVERIFY(n.messages.isEmpty()); // malformed data is dropped without a word
+        if (!calls.isEmpty())
+            QCOMPARE(st.valueText, QString::fromLatin1(record.left(5)));
+    }
+
+    void layoutDialog_data()
+    {
+        QTest::addColumn<bool>("identical");
+        QTest::addColumn<bool>("mark");
+        QTest::addColumn<bool>("checkSum");
+        QTest::addColumn<bool>("apply");
+        QTest::addColumn<QList<int>>("starts"); // component 1 is 4 bytes long
+        QTest::newRow("mark and check sum: gap 2")
+            << true << true << true << true << QList<int>{0, 6, 12};
+        QTest::newRow("mark only: gap 1") << true << true << false << true << QList<int>{0, 5, 10};
+        QTest::newRow("check sum only: gap 1")
+            << true << false << true << true << QList<int>{0, 5, 10};
+        QTest::newRow("not the same format")
+            << false << true << true << true << QList<int>{0, 0, 0};
+        QTest::newRow("cancel keeps the record") << true << true << true << false << QList<int>{0};
+    }
+    void layoutDialog()
+    {
+        QFETCH(bool, identical);
+        QFETCH(bool, mark);
+        QFETCH(bool, checkSum);
+        QFETCH(bool, apply);
+        QFETCH(QList<int>, starts);
+        RecordingNotifier n;
+        Station st(n);
+        frmSet dlg(st);
+        auto find = [&](const char* name) { return dlg.findChild<QWidget*>(QLatin1String(name)); };
+        static_cast<QCheckBox*>(find("chkForComp"))->setChecked(mark);
+        static_cast<QCheckBox*>(find("chkMark"))->setChecked(checkSum);
+        static_cast<QCheckBox*>(find("chkIdentData"))->setChecked(identical);
+        static_cast<QScrollBar*>(find("scrNofC"))->setValue(3);
+        // Component 1 shortened to 4 bytes; moving to component 3 lays the others out again.
+        static_cast<QLineEdit*>(find("txtLenD"))->setText(QStringLiteral("4"));
+        static_cast<QScrollBar*>(find("scrN"))->setValue(3);
+        static_cast<QLineEdit*>(find("txtMark"))->setText(QStringLiteral("10"));
+        static_cast<QLineEdit*>(find("txtLenS"))->setText(QStringLiteral("7.4"));
+        static_cast<QPushButton*>(find(apply ? "cmdApply" : "cmdCancel"))->click();
+        QCOMPARE(st.format.components, apply ? 3 : 1);
+        QCOMPARE(int(st.format.marker), apply ? 10 : 13);
+        QCOMPARE(st.format.recordLength, apply ? 7 : 6);
+        QList<int> got;
+        for (const ComponentFormat& c : st.format.comp)
+            got << c.start;
+        QCOMPARE(got, starts);
+    }
+};

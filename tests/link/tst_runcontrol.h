@@ -1,0 +1,159 @@
+// Run, Stop, the receive handler and the polling timer over a real tty.
+#pragma once
+
+#include "Pty.h"
+#include "RecordingNotifier.h"
+#include "app/Station.h"
+#include "link/ProcessReply.h"
+#include "link/RunControl.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+class RunControlTest : public QObject
+{
+    Q_OBJECT
+
+    struct Rig
+    {
+        Pty line;
+        RecordingNotifier n;
+        Station st{n};
+        QList<double> values;
+        explicit Rig(bool fromTimer = false)
+        {
+            st.portName = line.slavePath();
+            st.applyPortSettings();
+            st.synchroFromTimer = fromTimer;
+            st.timerPeriod = 30; // no tick of its own during a test
+            st.sinks[Station::MainGraphSink] = [this](double v, const QByteArray&) { values << v; };
+        }
+        bool waitForInput(int bytes)
+        {
+            return QTest::qWaitFor([&] { return st.myComm.InBufferCount() >= bytes; }, 2000);
+        }
+    };
+
+private Q_SLOTS:
+    void runStreamsAndStopSends()
+    {
+        Rig r;
+        Run(r.st);
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
+        QCOMPARE(r.st.myComm.RThreshold(), 7);
+        for (const char* rec : {"00019\n\r", "00021\n\r", "00017\n\r"}) {
+            const qsizetype before = r.values.size();
+            r.line.write(rec);
+            // One record at a time, as an analyzer delivers them.
+            QVERIFY(QTest::qWaitFor([&] { return r.values.size() == before + 1; }, 2000));
+        }
+        QCOMPARE(r.values, (QList<double>{19, 21, 17}));
+        r.st.Stop();
+        QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+        QCOMPARE(r.line.readAll(100), QByteArray());
+        QVERIFY(r.st.myComm.PortOpen());
+        QCOMPARE(r.st.myComm.RThreshold(), 0);
+    }
+
+    void outOfStepFlushesInput()
+    {
+        Rig r;
+        QVERIFY(r.st.ensurePortOpen());
+        r.line.write("00019\n\r00020");
+        QVERIFY(r.waitForInput(12));
+        QVERIFY(!ProcessRecord(r.st, "12345\r\n")); // CR marker: out of step
+        QCOMPARE(r.st.myComm.InBufferCount(), 0);
+        // A letter drops the record but leaves pending input alone.
+        r.line.write("00021\n\r");
+        QVERIFY(r.waitForInput(7));
+        QVERIFY(!ProcessRecord(r.st, "1a345\n\r"));
+        QCOMPARE(r.st.myComm.InBufferCount(), 7);
+        QVERIFY(r.values.isEmpty());
+    }
+
+    void timerTickAsksForOneRecord()
+    {
+        Rig r(true);
+        Run(r.st);
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
+        // Streamed records are stale in "From Timer" mode: receive events pass them by.
+        r.line.write("00019\n\r0001");
+        QVERIFY(r.waitForInput(11));
+        OnComm(r.st);
+        QCOMPARE(r.st.eventCounter, 0u);
+        // Answer the poll from a timer, as the analyzer would.
+        QTimer answer;
+        QObject::connect(&answer, &QTimer::timeout, [&] {
+            if (r.line.read(6, 1) == "DATA?\r") {
+                r.line.write("00033\n\r");
+                answer.stop();
+            }
+        });
+        answer.start(5);
+        HTmr_Timer(r.st);
+        QCOMPARE(r.values, QList<double>{33});
+        QCOMPARE(r.st.myComm.RThreshold(), 7);
+    }
+
+    void silentLineTimesOut_data()
+    {
+        QTest::addColumn<bool>("detectFrame");
+        QTest::newRow("DetectFrame") << true;
+        QTest::newRow("RunWork") << false;
+    }
+    void silentLineTimesOut()
+    {
+        QFETCH(bool, detectFrame);
+        Rig r;
+        r.st.format.autoLength = true;
+        r.st.running = true;
+        QElapsedTimer t;
+        t.start();
+        const bool found = detectFrame ? DetectFrame(r.st, true) : RunWork(r.st);
+        const qint64 took = t.elapsed();
+        QVERIFY(!found);
+        QVERIFY2(took >= 2900 && took < 4500, qPrintable(QString::number(took)));
+        QCOMPARE(r.n.messages, QStringList{"Time Out"});
+        QCOMPARE(int(r.st.format.marker), 13);
+        QCOMPARE(r.st.format.recordLength, 6);
+    }
+
+    void rs485WithoutDevices()
+    {
+        // Stop then opens the port, which Run never did, to send its command.
+        Rig r;
+        r.st.rs485Mode = true;
+        Run(r.st);
+        QCOMPARE(r.n.messages, QStringList{"No Devices Found"});
+        QVERIFY(!r.st.running);
+        QVERIFY(!r.st.HTmr.isActive());
+        QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+    }
+
+    void pulledDeviceKeepsRunning()
+    {
+        Rig r;
+        QList<int> events;
+        QObject::connect(&r.st, &Station::lineEvent, [&](int e) { events << e; });
+        Run(r.st);
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
+        r.line.closeMaster();
+        QVERIFY(QTest::qWaitFor([&] { return !events.isEmpty(); }, 3000));
+        const int e = events.first();
+        QVERIFY2(e == CommPort::comEventDeviceGone || e == CommPort::comEventReadError,
+                 qPrintable(QString::number(e)));
+        QCOMPARE(r.n.lastStatus.value(0), QStringLiteral("CommEvent = %1").arg(e));
+        QVERIFY(!r.st.myComm.PortOpen());
+        QVERIFY(r.n.messages.isEmpty());
+    }
+
+    void badSettingsAreAMessage()
+    {
+        Rig r;
+        r.st.commSettings = QStringLiteral("9600,x,8,1");
+        r.st.applyPortSettings();
+        QCOMPARE(r.n.messages.size(), 1);
+        QVERIFY(r.n.messages.first().contains(QLatin1String("9600,x,8,1")));
+        QCOMPARE(r.st.myComm.Settings(), QStringLiteral("9600,n,8,1"));
+    }
+};
