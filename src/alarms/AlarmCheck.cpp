@@ -17,6 +17,8 @@ AlarmCheck::~AlarmCheck()
 void AlarmCheck::setView(AlarmView* view)
 {
     view_ = view;
+    if (view_)
+        view_->setValueColor(color_);
 }
 
 QString AlarmCheck::line(const QDateTime& t, const QString& text)
@@ -102,11 +104,6 @@ void AlarmCheck::acknowledge()
 void AlarmCheck::commentUnloaded()
 {
     windowShown_ = false;
-}
-
-int AlarmCheck::valueColor() const
-{
-    return view_ ? view_->valueColor() : color_;
 }
 
 void AlarmCheck::setValueColor(int colorNumber)

@@ -10,14 +10,13 @@ class Station;
 
 // What the alarm check drives on the screen: the beeper, the value window's
 // back colour and the comment window. The windowed station fills it with
-// AlarmWindows; without one (headless, tests) the check keeps the colour
-// itself and nothing beeps.
+// AlarmWindows; without one (headless, tests) nothing is shown and nothing
+// beeps. The check alone sets the colour, so it keeps it.
 class AlarmView
 {
 public:
     virtual ~AlarmView() = default;
     virtual void beep() = 0;
-    virtual int valueColor() const = 0; // frmVal's back colour number
     virtual void setValueColor(int colorNumber) = 0;
     virtual void showComment() = 0;
     virtual void setMessage(const QString& text) = 0; // frmComment's message label
@@ -76,7 +75,7 @@ public:
     bool secondLogged() const { return secondLogged_; }
     // The comment window's message as the check wrote it.
     QString message() const { return message_; }
-    int valueColor() const;
+    int valueColor() const { return color_; } // frmVal's back colour number
 
     static QString line(const QDateTime& t, const QString& text);
 

@@ -6,8 +6,6 @@
 AlarmWindows::AlarmWindows(AlarmCheck& check, frmVal* value, frmComment* comment, QObject* parent)
     : QObject(parent), check_(&check), value_(value), comment_(comment)
 {
-    if (value_)
-        color_ = value_->backColor();
     if (comment_) {
         connect(comment_, &frmComment::okPressed, &check, &AlarmCheck::acknowledge);
         connect(comment_, &frmComment::unloaded, &check, &AlarmCheck::commentUnloaded);
@@ -30,14 +28,8 @@ void AlarmWindows::beep()
     beeper_.beep();
 }
 
-int AlarmWindows::valueColor() const
-{
-    return value_ ? value_->backColor() : color_;
-}
-
 void AlarmWindows::setValueColor(int colorNumber)
 {
-    color_ = colorNumber;
     if (value_)
         value_->setBackColor(colorNumber);
 }

@@ -13,8 +13,7 @@ class frmVal;
 // window's back colour, and the comment window, whose OK and unloading clear
 // the check's flags.
 //   AlarmWindows screen(alarms, frame.valueWindow(), comment);
-// Either window may be missing or go away; the check then keeps the colour
-// itself.
+// Either window may be missing or go away.
 class AlarmWindows : public QObject, public AlarmView
 {
     Q_OBJECT
@@ -25,7 +24,6 @@ public:
     Beeper& beeper() { return beeper_; }
 
     void beep() override;
-    int valueColor() const override;
     void setValueColor(int colorNumber) override;
     void showComment() override;
     void setMessage(const QString& text) override;
@@ -35,5 +33,4 @@ private:
     QPointer<frmVal> value_;
     QPointer<frmComment> comment_;
     Beeper beeper_;
-    int color_ = AlarmCheck::Green;
 };

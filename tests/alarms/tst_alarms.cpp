@@ -15,7 +15,6 @@ class FakeView : public AlarmView
 {
 public:
     void beep() override { ++beeps; }
-    int valueColor() const override { return color; }
     void setValueColor(int c) override { color = c; }
     void showComment() override { ++shows; }
     void setMessage(const QString& text) override { message = text; }
