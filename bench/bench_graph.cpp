@@ -1,11 +1,11 @@
 // Measures the trend graph against its budgets: time per SetNewPoint, time of
 // a full redraw of 24000 points, and resident memory of 256 hidden graph
 // windows of 24000 points each.
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "display/MyPict.h"
 #include "display/TraceRender.h"
 #include "display/frmOscil.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -3,12 +3,12 @@
 // its receive handler. Prints records accepted / sent, the latency from the
 // record's last byte leaving the simulator to the first sink call (median and
 // p99), and the station thread's CPU time per record.
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "link/RunControl.h"
 #include "rs485/Waits.h"
 #include "sim/AnalyzerSim.h"
 #include "sim/SimHost.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QCoreApplication>
 #include <QMutex>
@@ -40,6 +40,7 @@ void runAt(int baud, double rate, int seconds)
 {
     HeadlessNotifier notifier;
     Station st(notifier);
+    wireRunControl(st);
     SimHost host;
     SimConfig config;
     config.baud = baud;

@@ -1,6 +1,6 @@
 #include "alarms/AlarmCheck.h"
 
-#include "app/Station.h"
+#include "station/Station.h"
 
 AlarmCheck::AlarmCheck(Station& st, QObject* parent) : QObject(parent), st_(st)
 {

@@ -1,8 +1,8 @@
 #include "alarms/frmAlarm.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "display/GraphTable.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QGridLayout>
 #include <QGroupBox>

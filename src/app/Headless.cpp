@@ -1,15 +1,15 @@
 #include "app/Headless.h"
 
 #include "alarms/AlarmCheck.h"
-#include "app/Notifier.h"
-#include "app/Settings.h"
-#include "app/Station.h"
-#include "app/zep_cmnd.h"
-#include "link/CommPort.h"
 #include "link/RunControl.h"
 #include "recording/DataRecorder.h"
 #include "rs485/Waits.h"
 #include "sim/SimHost.h"
+#include "station/CommPort.h"
+#include "station/Notifier.h"
+#include "station/Settings.h"
+#include "station/Station.h"
+#include "station/zep_cmnd.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -44,6 +44,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     HeadlessNotifier notifier;
     notifier.verbose = options.verbose;
     Station st(notifier);
+    wireRunControl(st);
     st.ncom = 2;
     iniDef(st);
     raisePriority();

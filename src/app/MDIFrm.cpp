@@ -2,15 +2,16 @@
 
 #include "alarms/AlarmCheck.h"
 #include "alarms/AlarmWindows.h"
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "app/frm_txt.h"
-#include "app/zep_cmnd.h"
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
+#include "link/RunControl.h"
 #include "recording/DataFileDialog.h"
 #include "recording/DataRecorder.h"
 #include "recording/frmComment.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
+#include "station/zep_cmnd.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -26,6 +27,7 @@
 
 MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
 {
+    wireRunControl(st_);
     setObjectName(QStringLiteral("MDIFrm"));
     setWindowTitle(QStringLiteral("Velmora"));
     mdi_ = new QMdiArea(this);

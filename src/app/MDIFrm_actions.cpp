@@ -1,9 +1,6 @@
 // Menu, toolbar and lifetime operations of the main frame.
 #include "alarms/frmAlarm.h"
 #include "app/MDIFrm.h"
-#include "app/Notifier.h"
-#include "app/Settings.h"
-#include "app/Station.h"
 #include "app/frmAbout.h"
 #include "app/frmCOM.h"
 #include "app/frmPathA.h"
@@ -15,6 +12,9 @@
 #include "recording/DataRecorder.h"
 #include "recording/frmComment.h"
 #include "rs485/Waits.h"
+#include "station/Notifier.h"
+#include "station/Settings.h"
+#include "station/Station.h"
 
 #include <QAction>
 #include <QApplication>

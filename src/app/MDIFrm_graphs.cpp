@@ -2,13 +2,13 @@
 // Graph view toggle, their places in the layout, and the reading sinks that
 // feed them and the value window.
 #include "app/MDIFrm.h"
-#include "app/Station.h"
 #include "app/frm_txt.h"
 #include "app/twips.h"
 #include "display/GraphTable.h"
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
 #include "link/ProcessReply.h"
+#include "station/Station.h"
 
 #include <QAction>
 #include <QMdiArea>

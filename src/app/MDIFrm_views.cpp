@@ -1,11 +1,11 @@
 // The digital, table and diagram views: their toggles from menu and toolbar,
 // kept in step with the windows, and the readings they show.
 #include "app/MDIFrm.h"
-#include "app/Station.h"
 #include "app/twips.h"
 #include "display/frmChart.h"
 #include "display/frmData.h"
 #include "display/frmFData.h"
+#include "station/Station.h"
 
 #include <QAction>
 #include <QDateTime>

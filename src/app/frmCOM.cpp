@@ -1,10 +1,10 @@
 #include "app/frmCOM.h"
 
-#include "app/IniFile.h"
-#include "app/SettingsKeys.h"
-#include "app/Station.h"
 #include "link/RunControl.h"
 #include "link/frmSet.h"
+#include "station/IniFile.h"
+#include "station/SettingsKeys.h"
+#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,8 +1,8 @@
 #include "app/frmPathA.h"
 
-#include "app/IniFile.h"
-#include "app/SettingsKeys.h"
-#include "app/Station.h"
+#include "station/IniFile.h"
+#include "station/SettingsKeys.h"
+#include "station/Station.h"
 
 #include <QCoreApplication>
 #include <QDir>

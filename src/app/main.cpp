@@ -3,10 +3,10 @@
 #include "app/GuiNotifier.h"
 #include "app/Headless.h"
 #include "app/MDIFrm.h"
-#include "app/Settings.h"
-#include "app/Station.h"
 #include "display/frmVal.h"
 #include "sim/SimHost.h"
+#include "station/Settings.h"
+#include "station/Station.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

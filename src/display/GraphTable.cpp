@@ -1,6 +1,6 @@
 #include "display/GraphTable.h"
 
-#include "app/Station.h"
+#include "station/Station.h"
 
 #include <algorithm>
 

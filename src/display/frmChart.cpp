@@ -1,7 +1,7 @@
 #include "display/frmChart.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QBarCategoryAxis>
 #include <QBarSeries>

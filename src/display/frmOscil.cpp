@@ -1,10 +1,10 @@
 #include "display/frmOscil.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "display/MyPict.h"
 #include "display/PictLine.h"
 #include "display/YLabelColumn.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QComboBox>

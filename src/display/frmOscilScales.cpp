@@ -1,9 +1,9 @@
 // frmOscil: the scale boxes, "Log Y", "Synchro" and the Y captions.
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "display/MyPict.h"
 #include "display/YLabelColumn.h"
 #include "display/frmOscil.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QComboBox>

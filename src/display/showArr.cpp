@@ -1,6 +1,6 @@
 #include "display/showArr.h"
 
-#include "app/Notifier.h"
+#include "station/Notifier.h"
 
 #include <algorithm>
 #include <cstring>

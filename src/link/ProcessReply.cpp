@@ -1,7 +1,7 @@
 #include "link/ProcessReply.h"
 
-#include "app/Station.h"
 #include "rs485/Waits.h"
+#include "station/Station.h"
 
 #include <cmath>
 

@@ -1,11 +1,12 @@
 #include "link/RunControl.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "link/ProcessReply.h"
 #include "rs485/Waits.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QCoreApplication>
+#include <QTimer>
 
 namespace {
 constexpr int kStreamThreshold = 7; // one receive event per record
@@ -34,6 +35,12 @@ void setRunning(Station& st, bool on)
     Q_EMIT st.runningChanged(on);
 }
 } // namespace
+
+void wireRunControl(Station& st)
+{
+    QObject::connect(&st.myComm, &CommPort::OnComm, &st, [&st] { OnComm(st); });
+    QObject::connect(&st.HTmr, &QTimer::timeout, &st, [&st] { HTmr_Timer(st); });
+}
 
 void Run(Station& st)
 {

@@ -5,6 +5,11 @@ class Station;
 // Starting and stopping acquisition, the receive handler and the polling
 // timer's work. Stop itself is Station::Stop.
 
+// Connects the receive handler to the station's port and the polling work to
+// its timer HTmr; called once for each station by whoever runs it (the main
+// frame, the headless runner, a test).
+void wireRunControl(Station& st);
+
 // Run: clears the stop request; on the RS-485 line starts polling the
 // analyzers found (or says "No Devices Found" and stops); with a single
 // analyzer opens the port, sends "XDAT?" and lets every 7 bytes raise a

@@ -1,7 +1,7 @@
 #include "link/frmSet.h"
 
-#include "app/Station.h"
-#include "link/DataFormat.h"
+#include "station/DataFormat.h"
+#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QFormLayout>

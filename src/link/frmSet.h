@@ -1,6 +1,6 @@
 #pragma once
 
-#include "link/DataFormat.h"
+#include "station/DataFormat.h"
 
 #include <QDialog>
 #include <QList>

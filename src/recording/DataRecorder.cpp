@@ -1,8 +1,8 @@
 #include "recording/DataRecorder.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "recording/DataRecord.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QDir>
 #include <QFileInfo>

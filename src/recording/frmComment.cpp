@@ -1,8 +1,8 @@
 #include "recording/frmComment.h"
 
-#include "app/Notifier.h"
-#include "app/Station.h"
 #include "recording/DataRecorder.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
 
 #include <QCloseEvent>
 #include <QGridLayout>

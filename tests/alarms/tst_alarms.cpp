@@ -4,8 +4,8 @@
 #include "TestMain.h"
 #include "alarms/AlarmCheck.h"
 #include "alarms/frmAlarm.h"
-#include "app/Station.h"
 #include "display/GraphTable.h"
+#include "station/Station.h"
 
 #include <QLineEdit>
 #include <QPushButton>

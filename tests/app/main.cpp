@@ -3,6 +3,5 @@
 
 int main(int argc, char** argv)
 {
-    return runTests<SettingsTest, CatalogueTest, MainFrameTest, ViewsTest, HeadlessTest>(argc,
-                                                                                         argv);
+    return runTests<MainFrameTest, ViewsTest, HeadlessTest>(argc, argv);
 }

@@ -2,13 +2,13 @@
 #include "Pty.h"
 #include "RecordingNotifier.h"
 #include "alarms/AlarmCheck.h"
-#include "app/IniFile.h"
 #include "app/MDIFrm.h"
-#include "app/Settings.h"
-#include "app/Station.h"
 #include "app/frmCOM.h"
 #include "app/frm_txt.h"
 #include "display/frmVal.h"
+#include "station/IniFile.h"
+#include "station/Settings.h"
+#include "station/Station.h"
 #include "tst_app.h"
 
 #include <QAction>

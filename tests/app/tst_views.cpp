@@ -1,10 +1,10 @@
 // The views' toggles and contents, driven through the main frame.
 #include "RecordingNotifier.h"
 #include "app/MDIFrm.h"
-#include "app/Station.h"
 #include "display/frmChart.h"
 #include "display/frmData.h"
 #include "display/frmFData.h"
+#include "station/Station.h"
 #include "tst_app.h"
 
 #include <QAction>

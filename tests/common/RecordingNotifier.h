@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/Notifier.h"
+#include "station/Notifier.h"
 
 #include <QList>
 #include <QMap>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "RecordingNotifier.h"
-#include "app/Station.h"
 #include "display/GraphTable.h"
 #include "display/MyPict.h"
 #include "display/frmOscil.h"
+#include "station/Station.h"
 
 #include <QImage>
 #include <QLabel>

@@ -4,10 +4,10 @@
 #pragma once
 
 #include "RecordingNotifier.h"
-#include "app/Station.h"
-#include "link/DataFormat.h"
 #include "link/ProcessReply.h"
 #include "link/frmSet.h"
+#include "station/DataFormat.h"
+#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QLineEdit>

@@ -3,9 +3,9 @@
 
 #include "Pty.h"
 #include "RecordingNotifier.h"
-#include "app/Station.h"
 #include "link/ProcessReply.h"
 #include "link/RunControl.h"
+#include "station/Station.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -22,6 +22,7 @@ class RunControlTest : public QObject
         QList<double> values;
         explicit Rig(bool fromTimer = false)
         {
+            wireRunControl(st);
             st.portName = line.slavePath();
             st.applyPortSettings();
             st.synchroFromTimer = fromTimer;

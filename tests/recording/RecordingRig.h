@@ -2,8 +2,8 @@
 #pragma once
 
 #include "RecordingNotifier.h"
-#include "app/Station.h"
 #include "recording/DataRecorder.h"
+#include "station/Station.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,9 +3,9 @@
 // standalone velmora-sim.
 #pragma once
 
-#include "link/CommPort.h"
 #include "sim/AnalyzerSim.h"
 #include "sim/SimHost.h"
+#include "station/CommPort.h"
 
 #include <QElapsedTimer>
 #include <QFile>

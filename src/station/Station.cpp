@@ -1,7 +1,6 @@
-#include "app/Station.h"
+#include "station/Station.h"
 
-#include "app/Notifier.h"
-#include "link/RunControl.h"
+#include "station/Notifier.h"
 
 #include <QThread>
 
@@ -16,8 +15,6 @@ Station::Station(Notifier& notifier, QObject* parent) : QObject(parent), notifie
 {
     HTmr.setTimerType(Qt::PreciseTimer);
     myComm.setCommPort(ncom);
-    connect(&myComm, &CommPort::OnComm, this, [this] { OnComm(*this); });
-    connect(&HTmr, &QTimer::timeout, this, [this] { HTmr_Timer(*this); });
 }
 
 void Station::deliver(double value, const QByteArray& reply)

@@ -1,4 +1,4 @@
-#include "link/CommPort.h"
+#include "station/CommPort.h"
 
 #include <QStringList>
 

@@ -1,10 +1,10 @@
 // The settings file: private-profile reading and writing, and the station's
 // reading and saving of its settings.
 #include "RecordingNotifier.h"
-#include "app/IniFile.h"
-#include "app/Settings.h"
-#include "app/Station.h"
-#include "tst_app.h"
+#include "station/IniFile.h"
+#include "station/Settings.h"
+#include "station/Station.h"
+#include "tst_station.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "app/zep_cmnd.h"
+#include "station/zep_cmnd.h"
 
-#include "link/DataFormat.h"
+#include "station/DataFormat.h"
 
 #include <array>
 #include <utility>

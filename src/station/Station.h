@@ -1,7 +1,7 @@
 #pragma once
 
-#include "link/CommPort.h"
-#include "link/DataFormat.h"
+#include "station/CommPort.h"
+#include "station/DataFormat.h"
 
 #include <QObject>
 #include <QString>

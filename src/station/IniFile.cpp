@@ -1,4 +1,4 @@
-#include "app/IniFile.h"
+#include "station/IniFile.h"
 
 #include <QByteArrayList>
 #include <QDir>

@@ -1,7 +1,7 @@
 // The device types, command strings and button captions.
-#include "app/zep_cmnd.h"
-#include "link/DataFormat.h"
-#include "tst_app.h"
+#include "station/DataFormat.h"
+#include "station/zep_cmnd.h"
+#include "tst_station.h"
 
 #include <QTest>
 

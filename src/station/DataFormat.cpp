@@ -1,4 +1,4 @@
-#include "link/DataFormat.h"
+#include "station/DataFormat.h"
 
 void DataFormat::setComponents(int n)
 {

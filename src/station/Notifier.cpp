@@ -1,4 +1,4 @@
-#include "app/Notifier.h"
+#include "station/Notifier.h"
 
 #include <cstdio>
 
