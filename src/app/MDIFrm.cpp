@@ -40,6 +40,7 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     buildToolbar();
     buildCommandPanel();
     buildStatusBar();
+    buildZeroOffsetLabel();
 
     val_ = new frmVal(this);
     recorder_ = new DataRecorder(st_, this);
@@ -167,7 +168,8 @@ void MDIFrm::buildMenus()
             [this, sv](const QPoint& p) { sv->popup(mdi_->mapToGlobal(p)); });
 
     QMenu* zcor = menu("mnuZCor", QStringLiteral("&Zcor"));
-    later(addItem(zcor, "mnu2ppmNow", QStringLiteral("&2ppmNow")));
+    connect(addItem(zcor, "mnu2ppmNow", QStringLiteral("&2ppmNow")), &QAction::triggered, this,
+            &MDIFrm::mnu2ppmNow_Click);
 }
 
 void MDIFrm::buildToolbar()
@@ -213,57 +215,6 @@ void MDIFrm::buildToolbar()
         keys_.value(QLatin1String(k))->setCheckable(true);
 }
 
-void MDIFrm::buildCommandPanel()
-{
-    QToolBar* panel = new QToolBar(QStringLiteral("Commands"), this);
-    panel->setObjectName(QStringLiteral("cmdPanel"));
-    addToolBarBreak();
-    addToolBar(panel);
-    auto* box = new QWidget(panel);
-    auto* lay = new QHBoxLayout(box);
-    lay->setContentsMargins(2, 2, 2, 2);
-
-    cmbType_ = new QComboBox(box);
-    cmbType_->setObjectName(QStringLiteral("cmbType"));
-    cmbType_->setToolTip(QStringLiteral("Analyzer type"));
-    lay->addWidget(cmbType_);
-
-    const QStringList captions = zep_cmnd::buttonCaptions();
-    for (int i = 0; i < captions.size(); ++i) {
-        auto* b = new QPushButton(captions[i], box);
-        b->setObjectName(QStringLiteral("cmdCommands"));
-        b->setProperty("Index", i);
-        // What each command sends comes with the maintenance commands.
-        b->setEnabled(false);
-        cmdCommands_.append(b);
-        lay->addWidget(b);
-    }
-
-    txtTo_ = new QLineEdit(box);
-    txtTo_->setObjectName(QStringLiteral("TxtTo"));
-    txtTo_->setPlaceholderText(QStringLiteral("command to send"));
-    txtTo_->setMinimumWidth(120);
-    connect(txtTo_, &QLineEdit::returnPressed, this,
-            [this] { Tbr1_ButtonClick(QStringLiteral("Send")); });
-    lay->addWidget(txtTo_);
-
-    auto* lblZ = new QLabel(QStringLiteral("Z-pos"), box);
-    lblZ->setObjectName(QStringLiteral("lblZ"));
-    txtZ_ = new QLineEdit(QStringLiteral("0000"), box);
-    txtZ_->setObjectName(QStringLiteral("txtZ"));
-    txtZ_->setMaxLength(4);
-    txtZ_->setFixedWidth(52);
-    lblZ->setBuddy(txtZ_);
-    txtZR_ = new QLineEdit(box);
-    txtZR_->setObjectName(QStringLiteral("txtZR"));
-    txtZR_->setReadOnly(true);
-    txtZR_->setFixedWidth(52);
-    lay->addWidget(lblZ);
-    lay->addWidget(txtZ_);
-    lay->addWidget(txtZR_);
-    panel->addWidget(box);
-}
-
 void MDIFrm::buildStatusBar()
 {
     QStatusBar* bar = statusBar();
@@ -289,6 +240,7 @@ void MDIFrm::InitTypesFromDB()
 void MDIFrm::cmbType_Click()
 {
     const QString type = cmbType_->currentText();
+    st_.deviceType = type;
     if (st_.useDatabase)
         zep_cmnd::InitDataFormatFromDB(st_.format, type);
     else

@@ -20,6 +20,8 @@ class QToolBar;
 class AlarmCheck;
 class DataRecorder;
 class frmComment;
+class frmCUST;
+class frmCalib;
 class Station;
 class frm_txt;
 class frmVal;
@@ -68,6 +70,11 @@ public:
     QWidget* view(const QString& key) const;
     void mnuRun_Click();
     void mnuStop_Click();
+    void mnu2ppmNow_Click();
+    // A command button: "CALIBR" asks for the concentration first, "SET CUST"
+    // opens its dialog, the others go to the analyzer at once.
+    void cmdCommands_Click(int index);
+    void txtZ_Change();
 
     frmOscil* mainGraph() const { return mainGraph_; }
     frmOscil* addedGraph() const { return addedGraph_; }
@@ -84,6 +91,9 @@ private:
     void buildToolbar();
     void buildCommandPanel();
     void buildStatusBar();
+    void buildZeroOffsetLabel();
+    // Enables the commands by the line's state and what was received.
+    void updateCommandPanel();
     void MDIForm_Load();
     void MDIForm_Unload();
     void InitTypesFromDB();
@@ -113,6 +123,9 @@ private:
     QLineEdit* txtZ_ = nullptr;
     QLineEdit* txtZR_ = nullptr;
     QList<QLabel*> panels_;
+    QLabel* lblZeroOffset_ = nullptr;
+    QPointer<frmCUST> cust_;
+    QPointer<frmCalib> calib_;
     frmVal* val_ = nullptr;
     QPointer<frm_txt> txt_;
     DataRecorder* recorder_ = nullptr;

@@ -9,6 +9,8 @@
 #include "display/frmOscil.h"
 #include "display/frmVal.h"
 #include "link/RunControl.h"
+#include "link/frmCUST.h"
+#include "link/frmCalib.h"
 #include "recording/DataRecorder.h"
 #include "recording/frmComment.h"
 #include "rs485/Waits.h"
@@ -83,6 +85,7 @@ void MDIFrm::mnuReadConf_Click()
     applyLayout();
     applyGraphPreset();
     // Save what was just restored, not the places before the move.
+    collectGraphLayout();
     SaveSettings(st_);
 }
 
@@ -207,14 +210,6 @@ void MDIFrm::Tbr1_ButtonClick(const QString& key)
     }
 }
 
-void MDIFrm::zeroButton(const QString&)
-{
-    if (!dataReceived_) {
-        st_.notifier().message(QStringLiteral("Данные не получены"));
-        txtZ_->setText(QStringLiteral("0000"));
-    }
-}
-
 void MDIFrm::showEvent(QShowEvent* e)
 {
     QMainWindow::showEvent(e);
@@ -227,6 +222,8 @@ void MDIFrm::showEvent(QShowEvent* e)
 void MDIFrm::mnuRun_Click()
 {
     Run(st_);
+    // The button was pressed by the click; it stays so only if Run got going.
+    showRunning(st_.running);
 }
 
 void MDIFrm::mnuStop_Click()
@@ -258,6 +255,8 @@ void MDIFrm::mnuExit_Click()
     PauseMs(100, 10);
     if (txt_)
         txt_->close();
+    if (cust_)
+        cust_->close();
     if (comment_)
         comment_->close();
     val_->close();
@@ -269,6 +268,10 @@ void MDIFrm::MDIForm_Unload()
 {
     if (keys_.value(QStringLiteral("Write"))->text() != QLatin1String("&Write"))
         mnuEndSaving_Click();
+    for (QDialog* d : {static_cast<QDialog*>(cust_.data()), static_cast<QDialog*>(calib_.data())}) {
+        if (d)
+            d->close();
+    }
     // The port is released here, not left to process exit.
     st_.myComm.setPortOpen(false);
 }

@@ -138,7 +138,10 @@ void MDIFrm::connectSinks()
         }
     };
     st_.sinks[Station::ValueWindowSink] = [this](double value, const QByteArray&) {
-        dataReceived_ = true;
+        if (!dataReceived_) {
+            dataReceived_ = true;
+            updateCommandPanel();
+        }
         val_->setValueText(FormatVal(value));
         showOnViews(value);
     };

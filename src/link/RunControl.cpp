@@ -189,6 +189,9 @@ void OnComm(Station& st)
 {
     if (st.synchroFromTimer)
         return;
+    // While an exchange owns the line, the bytes that come are its answer.
+    if (st.lineBusy() && st.myComm.CommEvent() == CommPort::comEvReceive)
+        return;
     st.valueText = QStringLiteral("0");
     ++st.eventCounter;
     const int event = st.myComm.CommEvent();
@@ -204,6 +207,11 @@ void OnComm(Station& st)
 void HTmr_Timer(Station& st)
 {
     if (!st.running || !st.synchroFromTimer || st.rs485Mode || !st.myComm.PortOpen())
+        return;
+    // A maintenance command waiting for its answer keeps the line; this
+    // period goes without a reading rather than mixing the two.
+    const LineExchange line(st, false);
+    if (!line.owns())
         return;
     CommPort& port = st.myComm;
     const int savedThreshold = port.RThreshold();

@@ -1,6 +1,7 @@
 #include "link/frmSet.h"
 
 #include "station/DataFormat.h"
+#include "station/Notifier.h"
 #include "station/Station.h"
 
 #include <QCheckBox>
@@ -17,12 +18,7 @@
 namespace {
 constexpr int kMaxComponents = 10;
 
-int roundedNumber(const QLineEdit* box, int fallback)
-{
-    bool ok = false;
-    const double v = box->text().trimmed().toDouble(&ok);
-    return ok ? int(std::lround(v)) : fallback;
-}
+constexpr int kMaxByteIndex = 255; // start bytes, lengths and the marker are byte-sized
 
 QCheckBox* box(QWidget* parent, const char* name, const char* caption, bool on)
 {
@@ -160,11 +156,24 @@ void frmSet::scrNofC_Change()
     runSetAllComponents();
 }
 
-void frmSet::storeShownComponent()
+bool frmSet::takeNumber(QLineEdit* box, int min, int max, int& into)
+{
+    bool ok = false;
+    const double v = box->text().trimmed().toDouble(&ok);
+    if (ok && std::isfinite(v) && std::lround(v) >= min && std::lround(v) <= max) {
+        into = int(std::lround(v));
+        return true;
+    }
+    st_.notifier().message(QStringLiteral("Bad Data"));
+    box->setText(QString::number(into));
+    return false;
+}
+
+bool frmSet::storeShownComponent()
 {
     ComponentFormat& c = comp_[lblN_->text().toInt() - 1];
-    c.length = roundedNumber(txtLenD_, c.length);
-    c.start = roundedNumber(txtStart_, c.start);
+    const bool length = takeNumber(txtLenD_, 1, kMaxByteIndex, c.length);
+    return takeNumber(txtStart_, 0, kMaxByteIndex, c.start) && length;
 }
 
 void frmSet::scrN_Change()
@@ -178,11 +187,16 @@ void frmSet::scrN_Change()
 void frmSet::cmdApply_Click()
 {
     DataFormat& f = st_.format;
-    storeShownComponent();
+    int recordLength = f.recordLength;
+    int marker = f.marker;
+    // A bad number keeps the dialog open with the old value shown again.
+    if (!storeShownComponent() || !takeNumber(txtLenS_, 1, kMaxByteIndex, recordLength) ||
+        !takeNumber(txtMark_, 0, kMaxByteIndex, marker))
+        return;
     f.components = txtNComp_->text().toInt();
     f.comp = comp_;
-    f.recordLength = roundedNumber(txtLenS_, f.recordLength);
-    f.marker = quint8(roundedNumber(txtMark_, f.marker));
+    f.recordLength = recordLength;
+    f.marker = quint8(marker);
     f.autoLength = chkAutoLen_->isChecked();
     f.checkSumForComponent = chkMark_->isChecked();
     f.markForComponent = chkForComp_->isChecked();

@@ -26,7 +26,12 @@ public:
 
 private:
     void showComponent(int n);
-    void storeShownComponent();
+    // Takes the shown component's boxes into the working copy; false (after
+    // "Bad Data") when a box does not hold a number in range.
+    bool storeShownComponent();
+    // The box's number, rounded, into `into` when it lies in min..max;
+    // otherwise "Bad Data", the box shows the old value again, false.
+    bool takeNumber(QLineEdit* box, int min, int max, int& into);
     void runSetAllComponents();
     void refreshComponent();
 

@@ -84,6 +84,41 @@ void Station::Stop()
     myComm.Output(QByteArrayLiteral("CDAT?\r"));
 }
 
+void Station::setZero(int position)
+{
+    zeroPosition = position;
+    zeroOffset = position;
+    Q_EMIT zeroChanged(position);
+}
+
+LineExchange::LineExchange(Station& st, bool announce) : st_(st), announce_(announce)
+{
+    if (st_.lineBusy_)
+        return;
+    owns_ = true;
+    inputLen_ = st_.myComm.InputLen();
+    st_.myComm.setInputLen(0);
+    st_.lineBusy_ = true;
+    if (announce_)
+        Q_EMIT st_.lineBusyChanged(true);
+}
+
+LineExchange::~LineExchange()
+{
+    if (!owns_)
+        return;
+    st_.myComm.setInputLen(inputLen_);
+    st_.lineBusy_ = false;
+    if (announce_)
+        Q_EMIT st_.lineBusyChanged(false);
+}
+
+void LineExchange::refuse(const QString& what) const
+{
+    st_.notifier().status(
+        0, QStringLiteral("%1 refused: the line is busy with another command").arg(what));
+}
+
 void iniDef(Station& st)
 {
     st.timerPeriod = 4;

@@ -69,6 +69,10 @@ public:
     char separator = '\t';
     int zeroOffset = 0;   // subtracted from every reading
     int zeroPosition = 0; // the analyzer's zero position as last read or set
+    // Takes the zero position that the analyzer confirmed as the one in force:
+    // it becomes the zero position of the records and the offset subtracted
+    // from every reading.
+    void setZero(int position);
     int limit1 = 50;
     int limit2 = 80;
     bool fullDataToFile = true;
@@ -92,6 +96,15 @@ public:
     qint64 droppedRecords = 0;
     bool recording = false; // data files are being written
     int foundDevices = 0;   // analyzers the finder found on the RS-485 line
+
+    // Maintenance commands.
+    QString deviceType = QStringLiteral("ZEP-D"); // the type chosen in cmbType
+    QString calibrationConc; // concentration "CALB" carries; empty when none was entered
+    int userIdReplyLen = 14; // bytes of the answer to "CUST?"
+
+    // True while an exchange (a command, the zero exchange, a timer poll)
+    // owns the line and waits for its answer; see LineExchange.
+    bool lineBusy() const { return lineBusy_; }
 
     // Where an accepted reading goes, in this order. The data-file sink is
     // called only while recording.
@@ -137,9 +150,39 @@ Q_SIGNALS:
     void runningChanged(bool running);
     // A line event other than received data (CommEvent and its number).
     void lineEvent(int commEvent);
+    void lineBusyChanged(bool busy);
+    void zeroChanged(int offset);
 
 private:
+    friend class LineExchange;
     Notifier& notifier_;
+    bool lineBusy_ = false;
+};
+
+// Claims the line for one exchange of command and answer, so that no other
+// command is put on the line meanwhile and the receive handler leaves the
+// answer alone. A second claim while one is held fails (owns() is false):
+// the caller refuses its command. The port's InputLen is 0 for the length of
+// the claim, so that Input() reads whatever is waiting. An announced claim
+// (an operator's command) tells the windows, which disable the commands
+// meanwhile; the polling timer's short claims pass unannounced.
+class LineExchange
+{
+public:
+    explicit LineExchange(Station& st, bool announce = true);
+    ~LineExchange();
+    LineExchange(const LineExchange&) = delete;
+    LineExchange& operator=(const LineExchange&) = delete;
+
+    bool owns() const { return owns_; }
+    // Says so in the first status panel; for a caller whose claim failed.
+    void refuse(const QString& what) const;
+
+private:
+    Station& st_;
+    bool owns_ = false;
+    bool announce_ = true;
+    int inputLen_ = 0;
 };
 
 // Start-up defaults of the device and data format (iniDef).
