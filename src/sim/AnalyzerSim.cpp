@@ -32,6 +32,7 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
         units_.emplace_back(-1, serialFor(config_.type, 0, seed), seed);
     }
     burstSize_ = qMax(1, config_.burstSize);
+    answers_ = config_.answers;
 
     line_.setBaud(config_.baud);
     connect(&line_, &PtyLine::received, this, &AnalyzerSim::onReceived);
@@ -126,7 +127,9 @@ void AnalyzerSim::answer(SimUnit& u, const QByteArray& command)
     } else if (c.startsWith("CALB")) {
         bool ok = false;
         const double conc = c.mid(4).trimmed().toDouble(&ok);
-        reply(command.startsWith("CALB ") && ok && conc > 0.0 && conc <= 100.0 ? kAck : kNak);
+        const bool takes = answers_ != AnswerFault::Refuse;
+        reply(takes && command.startsWith("CALB ") && ok && conc > 0.0 && conc <= 100.0 ? kAck
+                                                                                        : kNak);
     } else if (c == "CUST?") {
         reply(u.userId + kCR);
     } else if (command.startsWith("CUST ")) {
@@ -139,7 +142,7 @@ void AnalyzerSim::answer(SimUnit& u, const QByteArray& command)
         const QByteArray arg = c.mid(4).trimmed();
         bool ok = false;
         const int z = arg.toInt(&ok);
-        if (ok && arg.size() <= 4 && z >= 0)
+        if (ok && arg.size() <= 4 && z >= 0 && answers_ != AnswerFault::Refuse)
             u.zero = z;
         reply(ambReply(u.zero, u.lastCh4));
     }
@@ -148,7 +151,12 @@ void AnalyzerSim::answer(SimUnit& u, const QByteArray& command)
 
 void AnalyzerSim::reply(const QByteArray& bytes)
 {
-    line_.send(bytes);
+    if (answers_ == AnswerFault::Silent)
+        return;
+    QByteArray out = bytes;
+    if (answers_ == AnswerFault::Malformed && !out.isEmpty())
+        out[0] = '?';
+    line_.send(out);
 }
 
 // --- records ----------------------------------------------------------------

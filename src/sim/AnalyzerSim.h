@@ -60,6 +60,7 @@ public:
     void setBurstSize(int records);
     void setSilent(bool silent);
     bool isSilent() const { return silent_; }
+    void setAnswerFault(AnswerFault fault) { answers_ = fault; }
     // Closes the line for good, as if the device were unplugged.
     void pullDevice();
     bool isPulled() const { return pulled_; }
@@ -80,6 +81,7 @@ private:
     void onReceived(const QByteArray& bytes);
     void handleLine(const QByteArray& line);
     void answer(SimUnit& u, const QByteArray& command);
+    // An answer to a maintenance command, as the answer fault shapes it.
     void reply(const QByteArray& bytes);
     void startStreaming();
     void stopStreaming();
@@ -98,6 +100,7 @@ private:
     QTimer stream_;
 
     bool silent_ = false;
+    AnswerFault answers_ = AnswerFault::None;
     bool pulled_ = false;
     int recordNo_ = 0; // records and data replies made so far
     bool garbleNext_ = false;

@@ -59,3 +59,17 @@ std::optional<QList<int>> parseAddressList(const QString& text, QString* error)
     out.erase(std::unique(out.begin(), out.end()), out.end());
     return out;
 }
+
+std::optional<AnswerFault> answerFaultFromName(const QString& name)
+{
+    const QString n = name.trimmed().toLower();
+    if (n == QLatin1String("none"))
+        return AnswerFault::None;
+    if (n == QLatin1String("silent"))
+        return AnswerFault::Silent;
+    if (n == QLatin1String("malformed"))
+        return AnswerFault::Malformed;
+    if (n == QLatin1String("refuse"))
+        return AnswerFault::Refuse;
+    return std::nullopt;
+}

@@ -17,6 +17,18 @@ enum class AnalyzerType
 std::optional<AnalyzerType> analyzerTypeFromName(const QString& name);
 QString analyzerTypeName(AnalyzerType type);
 
+// How the analyzer answers its maintenance commands (serial number, zero,
+// user identifier, calibration, the zero position); records are not touched.
+enum class AnswerFault
+{
+    None,      // answers as it should
+    Silent,    // answers nothing
+    Malformed, // every answer starts with '?' instead of its first byte
+    Refuse     // keeps its zero position and calibration: confirms the old zero, "ER" to "CALB"
+};
+
+std::optional<AnswerFault> answerFaultFromName(const QString& name);
+
 // Everything a simulated line is started with. An empty address list means one
 // streaming analyzer; a non-empty one means an RS-485 line of addressed analyzers.
 struct SimConfig
@@ -34,6 +46,7 @@ struct SimConfig
     int burstSize = 1;       // records held back and delivered together
     int silenceAfterMs = -1; // stop answering after this long (-1 = never)
     int pullAfterMs = -1;    // close the line after this long (-1 = never)
+    AnswerFault answers = AnswerFault::None;
 
     bool isRs485() const { return !addresses.isEmpty(); }
 };

@@ -101,6 +101,12 @@ SimConfig configFrom(const QCommandLineParser& cli)
         c.silenceAfterMs = msOption(cli, "silence-after");
     if (cli.isSet("pull-after"))
         c.pullAfterMs = msOption(cli, "pull-after");
+    if (cli.isSet("answers")) {
+        const auto a = answerFaultFromName(cli.value("answers"));
+        if (!a)
+            fail(QStringLiteral("--answers must be none, silent, malformed or refuse"));
+        c.answers = *a;
+    }
     return c;
 }
 
@@ -130,6 +136,10 @@ int main(int argc, char** argv)
         {"burst", "Hold records back and deliver N at a time.", "n"},
         {"silence-after", "Stop answering after this many seconds.", "seconds"},
         {"pull-after", "Close the line (unplugged device) after this many seconds.", "seconds"},
+        {"answers",
+         "How maintenance commands are answered: none (as they should be), silent, "
+         "malformed (first byte '?') or refuse (zero and calibration not taken).",
+         "fault", "none"},
     });
     cli.process(app);
     if (!cli.positionalArguments().isEmpty())

@@ -3,5 +3,5 @@
 
 int main(int argc, char** argv)
 {
-    return runTests<MainFrameTest, ViewsTest, HeadlessTest>(argc, argv);
+    return runTests<MainFrameTest, CommandPanelTest, ViewsTest, HeadlessTest>(argc, argv);
 }

@@ -25,6 +25,23 @@ private:
     std::unique_ptr<QTemporaryDir> dir_;
 };
 
+class CommandPanelTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void panelFollowsTheLine();
+    void zeroKeysWithoutData();
+    void zeroEntry_data();
+    void zeroEntry();
+    void zeroWhileStreaming();
+    void runButtonFollowsRunning();
+    void preSetRecordsGraphPlaces();
+
+private:
+    std::unique_ptr<QTemporaryDir> dir_;
+};
+
 class HeadlessTest : public QObject
 {
     Q_OBJECT

@@ -3,8 +3,11 @@
 #include <QByteArray>
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QSocketNotifier>
 #include <QString>
 #include <fcntl.h>
+#include <functional>
+#include <memory>
 #include <poll.h>
 #include <pty.h>
 #include <termios.h>
@@ -31,6 +34,7 @@ public:
     }
     ~Pty()
     {
+        notifier_.reset();
         closeMaster();
         if (slave_ >= 0)
             ::close(slave_);
@@ -55,6 +59,10 @@ public:
         t.start();
         while (buffer_.size() < n && t.elapsed() < ms) {
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+            if (notifier_) {
+                ::usleep(2000); // the responder reads the line
+                continue;
+            }
             pollfd p{master_, POLLIN, 0};
             if (::poll(&p, 1, 5) > 0 && (p.revents & POLLIN)) {
                 char chunk[512];
@@ -68,11 +76,36 @@ public:
         return out;
     }
 
+    // Plays the analyzer: each line the station writes (up to its CR) is
+    // answered with what `answer` returns for it (nothing for an empty
+    // answer), while the event loop runs. The lines are kept in buffer
+    // for read() as well.
+    void respond(std::function<QByteArray(const QByteArray& line)> answer)
+    {
+        answer_ = std::move(answer);
+        notifier_ = std::make_unique<QSocketNotifier>(master_, QSocketNotifier::Read);
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] {
+            char chunk[512];
+            const ssize_t got = ::read(master_, chunk, sizeof chunk);
+            if (got <= 0)
+                return;
+            buffer_.append(chunk, int(got));
+            line_.append(chunk, int(got));
+            qsizetype cr;
+            while ((cr = line_.indexOf('\r')) >= 0) {
+                const QByteArray reply = answer_(line_.left(cr));
+                line_.remove(0, cr + 1);
+                write(reply);
+            }
+        });
+    }
+
     // Everything that arrives within `ms`.
     QByteArray readAll(int ms) { return read(1 << 20, ms); }
 
     void closeMaster()
     {
+        notifier_.reset();
         if (master_ >= 0)
             ::close(master_);
         master_ = -1;
@@ -83,4 +116,7 @@ private:
     int slave_ = -1;
     QString path_;
     QByteArray buffer_;
+    QByteArray line_;
+    std::function<QByteArray(const QByteArray&)> answer_;
+    std::unique_ptr<QSocketNotifier> notifier_;
 };

@@ -182,4 +182,50 @@ private Q_SLOTS:
             got << c.start;
         QCOMPARE(got, starts);
     }
+    void layoutNumbers_data()
+    {
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("applied");
+        QTest::newRow("marker 266 would wrap to 10") << "txtMark"
+                                                     << "266" << false;
+        QTest::newRow("marker -3 would wrap to 253") << "txtMark"
+                                                     << "-3" << false;
+        QTest::newRow("marker 255") << "txtMark"
+                                    << "255" << true;
+        QTest::newRow("length not a number") << "txtLenS"
+                                             << "7x" << false;
+        QTest::newRow("length 0") << "txtLenS"
+                                  << "0" << false;
+        QTest::newRow("start below 0") << "txtStart"
+                                       << "-1" << false;
+        QTest::newRow("data length 300") << "txtLenD"
+                                         << "300" << false;
+    }
+    void layoutNumbers()
+    {
+        QFETCH(QString, box);
+        QFETCH(QString, typed);
+        QFETCH(bool, applied);
+        RecordingNotifier n;
+        Station st(n);
+        frmSet dlg(st);
+        dlg.show();
+        const DataFormat before = st.format;
+        auto* edit = dlg.findChild<QLineEdit*>(box);
+        const QString old = edit->text();
+        edit->setText(typed);
+        dlg.findChild<QPushButton*>(QStringLiteral("cmdApply"))->click();
+        QCOMPARE(dlg.isVisible(), !applied);
+        QCOMPARE(n.messages, applied ? QStringList{} : QStringList{"Bad Data"});
+        if (applied) {
+            QCOMPARE(int(st.format.marker), typed.toInt());
+            return;
+        }
+        QCOMPARE(edit->text(), old);
+        QCOMPARE(int(st.format.marker), int(before.marker));
+        QCOMPARE(st.format.recordLength, before.recordLength);
+        QCOMPARE(st.format.comp.front().start, before.comp.front().start);
+        QCOMPARE(st.format.comp.front().length, before.comp.front().length);
+    }
 };

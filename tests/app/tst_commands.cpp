@@ -1,0 +1,213 @@
+// The main frame's command panel: the command buttons' enabled state, the
+// zero keys and their entry box, and the Run button when Run can't start.
+#include "Pty.h"
+#include "RecordingNotifier.h"
+#include "app/MDIFrm.h"
+#include "app/twips.h"
+#include "sim/AnalyzerSim.h"
+#include "station/IniFile.h"
+#include "station/Station.h"
+#include "tst_app.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMdiSubWindow>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+namespace {
+QAction* item(MDIFrm& f, const char* name)
+{
+    return f.findChild<QAction*>(QLatin1String(name));
+}
+
+QList<bool> enabled(const QList<QPushButton*>& buttons)
+{
+    QList<bool> out;
+    for (const QPushButton* b : buttons)
+        out << b->isEnabled();
+    return out;
+}
+} // namespace
+
+void CommandPanelTest::init()
+{
+    dir_ = std::make_unique<QTemporaryDir>();
+    qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
+}
+
+void CommandPanelTest::panelFollowsTheLine()
+{
+    Pty line; // an analyzer that never answers
+    RecordingNotifier n;
+    Station st(n);
+    st.portName = line.slavePath();
+    st.applyPortSettings();
+    MDIFrm f(st);
+    const QList<bool> all(8, true);
+    QList<bool> atStart = all;
+    atStart[6] = atStart[7] = false; // "DATA?" and "CDAT?" wait for the analyzer
+    QCOMPARE(enabled(f.commandButtons()), atStart);
+    st.deliver(19, "00019\n\r");
+    QCOMPARE(enabled(f.commandButtons()), all);
+
+    QList<bool> during;
+    bool runDuring = true;
+    QTimer::singleShot(300, [&] {
+        during = enabled(f.commandButtons());
+        runDuring = f.toolButton(QStringLiteral("Run"))->isEnabled() ||
+                    f.findChild<QLineEdit*>(QStringLiteral("txtZ"))->isEnabled();
+    });
+    f.commandButtons()[0]->click();
+    QCOMPARE(during, QList<bool>(8, false));
+    QVERIFY(!runDuring);
+    QCOMPARE(enabled(f.commandButtons()), all);
+    QVERIFY(f.toolButton(QStringLiteral("Run"))->isEnabled());
+    QCOMPARE(n.lastStatus.value(0), QStringLiteral("Send SRAL?<CR> No Reply"));
+}
+
+void CommandPanelTest::zeroKeysWithoutData()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
+    for (const char* key : {"Z", "Z0", "ZT"}) {
+        z->setText(QStringLiteral("55"));
+        f.toolButton(QLatin1String(key))->trigger();
+        QCOMPARE(n.messages.takeLast(), QStringLiteral("Данные не получены"));
+        QCOMPARE(z->text(), QStringLiteral("0000"));
+    }
+}
+
+void CommandPanelTest::zeroEntry_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("kept");
+    QTest::addColumn<QStringList>("messages");
+    QTest::newRow("slash passes") << "12/4"
+                                  << "12/4" << QStringList{};
+    QTest::newRow("letter") << "12a"
+                            << "" << QStringList{"Bad Data"};
+}
+
+void CommandPanelTest::zeroEntry()
+{
+    QFETCH(QString, typed);
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
+    z->clear();
+    QTest::keyClicks(z, typed);
+    QTEST(z->text(), "kept");
+    QTEST(n.messages, "messages");
+    QCOMPARE(z->palette().color(QPalette::Base), QColor(255, 224, 192));
+}
+
+// The zero keys against the simulator while it streams into the graph and
+// the data file: the exchange happens, and the stream goes on after it.
+void CommandPanelTest::zeroWhileStreaming()
+{
+    SimConfig config;
+    config.readingsPerSecond = 20;
+    config.seed = 3;
+    AnalyzerSim sim(config);
+    QVERIFY(sim.start());
+    RecordingNotifier n;
+    Station st(n);
+    st.portName = sim.ttyPath();
+    st.applyPortSettings();
+    st.synchroFromTimer = false;
+    st.dataFolder = dir_->path();
+    MDIFrm f(st);
+    f.show();
+    QList<double> seen;
+    auto graphSink = st.sinks[Station::MainGraphSink];
+    st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray& r) {
+        seen << v;
+        graphSink(v, r);
+    };
+    f.toolButton(QStringLiteral("Write"))->trigger();
+    f.mnuRun_Click();
+    QVERIFY(QTest::qWaitFor([&] { return seen.size() >= 5; }, 3000));
+
+    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
+    auto* zr = f.findChild<QLineEdit*>(QStringLiteral("txtZR"));
+    auto* offset = f.findChild<QLabel*>(QStringLiteral("lblZeroOffset"));
+    QCOMPARE(offset->text(), QStringLiteral("Zero offset 00.0 ppm"));
+    item(f, "mnu2ppmNow")->trigger();
+    QCOMPARE(sim.unit()->zero, 20);
+    QCOMPARE(st.zeroOffset, 20);
+    QCOMPARE(z->text(), QStringLiteral("20"));
+    QCOMPARE(zr->text().size(), 4);
+    QCOMPARE(offset->text(), QStringLiteral("Zero offset 02.0 ppm"));
+    QVERIFY(n.messages.isEmpty());
+
+    // Readings after the exchange carry the new offset, in the graph and the file.
+    const qsizetype before = seen.size();
+    const int sentBefore = sim.recordCount();
+    QVERIFY(QTest::qWaitFor([&] { return seen.size() >= before + 5; }, 3000));
+    const auto sent = sim.records();
+    QCOMPARE(seen.last(), double(sent.last().value - 20));
+    QVERIFY(sent.size() > sentBefore);
+
+    f.toolButton(QStringLiteral("ZT"))->trigger();
+    QCOMPARE(z->text(), QStringLiteral("0020"));
+    f.toolButton(QStringLiteral("Z0"))->trigger();
+    QCOMPARE(sim.unit()->zero, 0);
+    QCOMPARE(st.zeroOffset, 0);
+    const qsizetype afterZero = seen.size();
+    QVERIFY(QTest::qWaitFor([&] { return seen.size() >= afterZero + 3; }, 3000));
+    f.toolButton(QStringLiteral("Write"))->trigger();
+
+    const QStringList files = QDir(st.dataFolder).entryList({QStringLiteral("*.dat")});
+    QCOMPARE(files.size(), 1);
+    QFile dat(QDir(st.dataFolder).filePath(files.first()));
+    QVERIFY(dat.open(QIODevice::ReadOnly));
+    const QList<QByteArray> records = dat.readAll().split('\n');
+    // Every reading that reached the graph is in the file (the last split is empty).
+    QCOMPARE(records.size() - 1, seen.size());
+    // The zero position 20 stands in the records written while it was in force.
+    QVERIFY(std::count_if(records.begin(), records.end(),
+                          [](const QByteArray& r) { return r.contains("\t00020\t"); }) >= 5);
+}
+
+void CommandPanelTest::runButtonFollowsRunning()
+{
+    RecordingNotifier n;
+    Station st(n);
+    st.portName = dir_->filePath(QStringLiteral("no-such-tty"));
+    st.applyPortSettings();
+    MDIFrm f(st);
+    QAction* run = f.toolButton(QStringLiteral("Run"));
+    run->trigger();
+    QVERIFY(!run->isChecked());
+    QVERIFY(item(f, "mnuRun")->isVisible());
+    QCOMPARE(n.messages.size(), 1);
+}
+
+void CommandPanelTest::preSetRecordsGraphPlaces()
+{
+    RecordingNotifier n;
+    Station st(n);
+    MDIFrm f(st);
+    f.resize(1000, 700);
+    f.show();
+    auto* sub = qobject_cast<QMdiSubWindow*>(f.mainGraph()->parentWidget());
+    sub->setGeometry(123, 77, 300, 200);
+    item(f, "mnuSaveConf")->trigger();
+    QCOMPARE(ReadIni("POSITIONS", "W1X1", "Tervala.ini"), QString::number(toTwips(123)));
+    item(f, "mnuReadConf")->trigger();
+    const QRect g = sub->geometry();
+    QVERIFY(g.x() != 123);
+    QCOMPARE(ReadIni("POSITIONS", "W1X1", "Tervala.ini"), QString::number(toTwips(g.x())));
+    QCOMPARE(ReadIni("POSITIONS", "W1Y1", "Tervala.ini"), QString::number(toTwips(g.y())));
+    QCOMPARE(ReadIni("POSITIONS", "W1X2", "Tervala.ini"), QString::number(toTwips(g.width())));
+    const QRect a = qobject_cast<QMdiSubWindow*>(f.addedGraph()->parentWidget())->geometry();
+    QCOMPARE(ReadIni("POSITIONS", "W2Y1", "Tervala.ini"), QString::number(toTwips(a.y())));
+}

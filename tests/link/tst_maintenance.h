@@ -1,0 +1,217 @@
+// The maintenance commands and the zero exchange over a real tty, with the
+// test playing the analyzer.
+#pragma once
+
+#include "Pty.h"
+#include "RecordingNotifier.h"
+#include "link/Maintenance.h"
+#include "link/ZeroCorrection.h"
+#include "station/Station.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTimer>
+
+class MaintenanceTest : public QObject
+{
+    Q_OBJECT
+
+    struct Rig
+    {
+        Pty line;
+        RecordingNotifier n;
+        Station st{n};
+        QList<double> values;
+        QByteArray answer; // what the analyzer says to any command
+        Rig()
+        {
+            st.portName = line.slavePath();
+            st.applyPortSettings();
+            st.sinks[Station::MainGraphSink] = [this](double v, const QByteArray&) { values << v; };
+            line.respond([this](const QByteArray&) { return answer; });
+        }
+    };
+
+private Q_SLOTS:
+    void buttons_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QString>("conc");
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<bool>("startOpen");
+        QTest::addColumn<QByteArray>("wire");
+        QTest::addColumn<QString>("status");
+        QTest::addColumn<bool>("endOpen");
+        QTest::addColumn<int>("minMs");
+        QTest::addColumn<int>("maxMs");
+        const QByteArray none;
+        QTest::newRow("serial, closed, answered: kept open")
+            << 0 << "" << QByteArray("ZD005123\r") << false << QByteArray("SRAL?\r")
+            << "Send SRAL?<CR> Reply ZD005123<CR>" << true << 0 << 1000;
+        QTest::newRow("zero, open") << 1 << "" << QByteArray("OK\r") << true << QByteArray("ZERO\r")
+                                    << "Send ZERO<CR> Reply OK<CR>" << true << 0 << 1000;
+        QTest::newRow("initial, closed, silent: closed again")
+            << 2 << "" << none << false << QByteArray("INIT\r") << "Send INIT<CR> No Reply" << false
+            << 1900 << 3000;
+        QTest::newRow("calibration with a concentration")
+            << 3 << "2.5" << QByteArray("OK\r") << true << QByteArray("CALB 2.5\r")
+            << "Send CALB 2.5<CR> Reply OK<CR>" << true << 0 << 1000;
+        QTest::newRow("calibration without one sends nothing")
+            << 3 << "" << QByteArray("OK\r") << false << none << "" << false << 0 << 500;
+        QTest::newRow("user id ends at 14 bytes, no CR needed")
+            << 4 << "" << QByteArray("SIMULATOR     ") << false << QByteArray("CUST?\r")
+            << "Send CUST?<CR> Reply SIMULATOR     " << true << 0 << 1000;
+        QTest::newRow("set cust sends nothing itself")
+            << 5 << "" << none << true << none << "" << true << 0 << 500;
+        QTest::newRow("one record is a reading")
+            << 6 << "" << QByteArray("00123\n\r") << true << QByteArray("DATA?\r")
+            << "Send DATA?<CR> Reply 00123<LF><CR>" << true << 0 << 1000;
+        QTest::newRow("continuous stop, open, no answer expected")
+            << 7 << "" << none << true << QByteArray("CDAT?\r") << "Send CDAT?<CR> No Reply" << true
+            << 1900 << 3000;
+    }
+
+    void buttons()
+    {
+        QFETCH(int, index);
+        QFETCH(QString, conc);
+        QFETCH(QByteArray, answer);
+        QFETCH(bool, startOpen);
+        QFETCH(int, minMs);
+        QFETCH(int, maxMs);
+        Rig r;
+        r.answer = answer;
+        r.st.calibrationConc = conc;
+        if (startOpen)
+            QVERIFY(r.st.ensurePortOpen());
+        r.st.myComm.setRThreshold(7);
+        r.st.myComm.setInputLen(3);
+        QElapsedTimer t;
+        t.start();
+        cmdCommands_Click(r.st, index);
+        const qint64 ms = t.elapsed();
+        QTEST(r.line.readAll(150), "wire");
+        QTEST(r.n.lastStatus.value(0), "status");
+        QTEST(r.st.myComm.PortOpen(), "endOpen");
+        QVERIFY2(ms >= minMs && ms <= maxMs, qPrintable(QString::number(ms)));
+        QCOMPARE(r.st.myComm.RThreshold(), 7);
+        QCOMPARE(r.st.myComm.InputLen(), 3);
+        QVERIFY(!r.st.lineBusy());
+        QCOMPARE(r.values, index == 6 ? QList<double>{123} : QList<double>{});
+        QVERIFY(r.n.messages.isEmpty());
+    }
+
+    // A command pressed while another waits for its answer is refused and
+    // never reaches the line.
+    void busyLineRefuses()
+    {
+        Rig r;
+        QVERIFY(r.st.ensurePortOpen());
+        QList<bool> busySeen;
+        QObject::connect(&r.st, &Station::lineBusyChanged, [&](bool busy) { busySeen << busy; });
+        QTimer::singleShot(200, [&] {
+            cmdCommands_Click(r.st, 0);
+            ZeroFields f{QStringLiteral("5"), QString()};
+            QString echo;
+            QVERIFY(!MakeZCorr(r.st, f, echo));
+        });
+        cmdCommands_Click(r.st, 2);
+        QCOMPARE(r.line.readAll(150), QByteArray("INIT\r"));
+        QCOMPARE(busySeen, (QList<bool>{true, false}));
+        QVERIFY(r.n.statuses.filter(QStringLiteral("refused")).size() == 2);
+    }
+
+    void zero_data()
+    {
+        QTest::addColumn<bool>("read");
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QByteArray>("wire");
+        QTest::addColumn<QString>("z");
+        QTest::addColumn<QString>("companion");
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<QString>("status");
+        const QStringList quiet;
+        QTest::newRow("set 5, confirmed")
+            << false << "5" << QByteArray("A0005 0123\r") << QByteArray("AMB 0005\r") << "5"
+            << "0123" << 5 << quiet << "Send AMB 0005<CR> Reply A0005 0123<CR>";
+        QTest::newRow("set 5, other value confirmed")
+            << false << "5" << QByteArray("A0007 0123\r") << QByteArray("AMB 0005\r") << "5"
+            << "0123" << 7 << QStringList{"Ошибка установки ZPos"}
+            << "Send AMB 0005<CR> Reply A0007 0123<CR> SEND <> REPLY";
+        QTest::newRow("answer not starting with A")
+            << false << "5" << QByteArray("B0005 0123\r") << QByteArray("AMB 0005\r") << "5"
+            << "old" << 0 << quiet << "Send AMB 0005<CR>";
+        QTest::newRow("answer without its CR")
+            << false << "5" << QByteArray("A0005 01234") << QByteArray("AMB 0005\r") << "5"
+            << "old" << 0 << quiet << "Send AMB 0005<CR>";
+        QTest::newRow("short answer times out")
+            << false << "12/4" << QByteArray("A0012\r") << QByteArray("AMB 0012\r") << "12/4"
+            << "old" << 0 << quiet << "Send AMB 0012<CR>";
+        QTest::newRow("read the zero position")
+            << true << "0000" << QByteArray("A0020 0019\r") << QByteArray("AMB?\r") << "0020"
+            << "0019" << 20 << quiet << "Send AMB?<CR> Reply A0020 0019<CR>";
+    }
+
+    void zero()
+    {
+        QFETCH(bool, read);
+        QFETCH(QString, entry);
+        QFETCH(QByteArray, answer);
+        QFETCH(int, offset);
+        Rig r;
+        r.answer = answer;
+        ZeroFields f{entry, QStringLiteral("old")};
+        QString echo;
+        QElapsedTimer t;
+        t.start();
+        const bool ok = read ? GetZParam(r.st, f) : MakeZCorr(r.st, f, echo);
+        QVERIFY(t.elapsed() < 1000);
+        QTEST(r.line.readAll(100), "wire");
+        QTEST(f.z, "z");
+        QTEST(f.companion, "companion");
+        QCOMPARE(r.st.zeroOffset, offset);
+        QCOMPARE(r.st.zeroPosition, offset);
+        QTEST(r.n.messages, "messages");
+        QTEST(r.n.lastStatus.value(0), "status");
+        QCOMPARE(ok, r.n.messages.isEmpty() && f.companion != QLatin1String("old"));
+        if (!read && ok)
+            QCOMPARE(echo, f.companion);
+    }
+
+    void zeroWithoutAnalyzer()
+    {
+        RecordingNotifier n;
+        Station st(n);
+        Pty line; // nobody answers
+        st.portName = line.slavePath();
+        st.applyPortSettings();
+        st.myComm.setRThreshold(7);
+        ZeroFields f{QStringLiteral("5"), QString()};
+        QString echo;
+        QElapsedTimer t;
+        t.start();
+        QVERIFY(!MakeZCorr(st, f, echo));
+        QVERIFY(t.elapsed() >= 490 && t.elapsed() < 1500);
+        QVERIFY(n.messages.isEmpty());
+        QCOMPARE(st.myComm.RThreshold(), 7);
+    }
+
+    void entryCheck_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("valid");
+        QTest::newRow("digits") << "0020" << true;
+        QTest::newRow("slash passes") << "12/4" << true;
+        QTest::newRow("letter") << "12a" << false;
+        QTest::newRow("full stop, code 46") << "1.5" << false;
+        QTest::newRow("colon, code 58") << "1:" << false;
+    }
+
+    void entryCheck()
+    {
+        QFETCH(QString, text);
+        QTEST(ZEntryValid(text), "valid");
+    }
+};
