@@ -167,11 +167,10 @@ UserIdResult WriteUserId(Station& st, const QString& text)
         r.timedOut = !complete;
         if (complete)
             r.readBack = QString::fromLatin1(answer.left(st.userIdReplyLen));
+        const QString sent = readableBytes(r.sent) + QLatin1Char(' ') + readableBytes(c.readUserId);
         st.notifier().status(
-            0, complete
-                   ? QStringLiteral("Send %1 Reply %2")
-                         .arg(readableBytes(r.sent + c.readUserId), readableBytes(answer))
-                   : QStringLiteral("Send %1 No Reply").arg(readableBytes(r.sent + c.readUserId)));
+            0, complete ? QStringLiteral("Send %1 Reply %2").arg(sent, readableBytes(answer))
+                        : QStringLiteral("Send %1 No Reply").arg(sent));
         port.setRThreshold(threshold);
     }
     if (!wasOpen)

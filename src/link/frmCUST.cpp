@@ -12,6 +12,7 @@ frmCUST::frmCUST(Station& st, QWidget* parent) : QDialog(parent), st_(st)
 {
     setObjectName(QStringLiteral("frmCUST"));
     setWindowTitle(QStringLiteral("CUSTOMER ID"));
+    setMinimumWidth(360); // the caption stays readable
     txtCUSTN_ = new QLineEdit(this);
     txtCUSTN_->setObjectName(QStringLiteral("txtCUSTN"));
     txtCUSTN_->setMaxLength(kUserIdLen);

@@ -29,6 +29,7 @@ frmCalib::frmCalib(Station& st, QWidget* parent) : QDialog(parent), st_(st)
 {
     setObjectName(QStringLiteral("frmCalib"));
     setWindowTitle(QStringLiteral("Gas Concentration"));
+    setMinimumWidth(320); // the caption stays readable
     auto* label = new QLabel(QStringLiteral("Gas Concentration"), this);
     txtConc_ = new QLineEdit(this);
     txtConc_->setObjectName(QStringLiteral("txtConc"));
