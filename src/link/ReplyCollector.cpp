@@ -26,6 +26,28 @@ bool StreamSplitter::startsRecord(int* length) const
     return true;
 }
 
+// The end of a record (some value digits, the byte after them, the marker)
+// at the start of the held bytes: the count of its bytes, 0 when more bytes
+// must come to tell, -1 when the bytes are something else.
+int StreamSplitter::recordTail() const
+{
+    const int n = valueLength_ + 2;
+    const qsizetype m = pending_.left(n).indexOf(char(marker_));
+    auto digits = [&](qsizetype upTo) {
+        for (qsizetype i = 0; i < upTo; ++i) {
+            if (pending_[i] < '0' || pending_[i] > '9')
+                return false;
+        }
+        return true;
+    };
+    if (m < 0) {
+        // Digits, then perhaps the byte before the marker: wait for the marker.
+        const qsizetype size = pending_.size();
+        return size < n && (digits(size) || digits(size - 1)) ? 0 : -1;
+    }
+    return digits(m) || (m > 0 && digits(m - 1)) ? int(m + 1) : -1;
+}
+
 void StreamSplitter::feed(const QByteArray& bytes)
 {
     pending_ += bytes;
@@ -45,11 +67,19 @@ void StreamSplitter::feed(const QByteArray& bytes)
         }
         int length = 0;
         if (!startsRecord(&length)) {
-            inLine_ = true;
+            const int tail = atStart_ ? recordTail() : -1;
+            if (tail == 0)
+                return;
+            atStart_ = false;
+            if (tail > 0)
+                pending_.remove(0, tail);
+            else
+                inLine_ = true;
             continue;
         }
         if (length == 0)
             return; // wait for the rest of the record
+        atStart_ = false;
         records_ << pending_.left(length);
         if (recordsSeen_++ == 0)
             firstRecord_ = records_.back();

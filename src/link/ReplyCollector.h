@@ -11,7 +11,9 @@ struct DataFormat;
 // While the analyzer streams, a command's answer arrives between whole
 // records: at each record boundary the bytes either form a record (the value
 // digits, one byte, the marker) or start an answer line that runs up to its
-// CR. Without a stream every byte belongs to the answer.
+// CR. The first bytes may be the end of a record whose start was read before
+// the command went out: they are dropped. Without a stream every byte
+// belongs to the answer.
 class StreamSplitter
 {
 public:
@@ -29,11 +31,13 @@ public:
 
 private:
     bool startsRecord(int* length) const;
+    int recordTail() const;
 
     int valueLength_;
     quint8 marker_;
     bool streaming_;
     bool inLine_ = false;
+    bool atStart_ = true; // the first bytes may be the rest of a record cut short
     QByteArray pending_;
     QByteArray answer_;
     QList<QByteArray> records_;

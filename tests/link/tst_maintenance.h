@@ -5,7 +5,9 @@
 #include "Pty.h"
 #include "RecordingNotifier.h"
 #include "link/Maintenance.h"
+#include "link/ReplyCollector.h"
 #include "link/ZeroCorrection.h"
+#include "station/DataFormat.h"
 #include "station/Station.h"
 
 #include <QElapsedTimer>
@@ -213,5 +215,49 @@ private Q_SLOTS:
     {
         QFETCH(QString, text);
         QTEST(ZEntryValid(text), "valid");
+    }
+    // Answers picked out of a stream, fed whole and one byte at a time.
+    void splitter_data()
+    {
+        QTest::addColumn<bool>("streaming");
+        QTest::addColumn<int>("marker");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<int>("records");
+        QTest::newRow("no stream: all is answer")
+            << false << 13 << QByteArray("00019\n\rZD1\r") << QByteArray("00019\n\rZD1\r") << 0;
+        QTest::newRow("answer between records")
+            << true << 13 << QByteArray("00019\n\rZD000123\r00020\n\r") << QByteArray("ZD000123\r")
+            << 2;
+        QTest::newRow("a record's end before the answer is dropped")
+            << true << 13 << QByteArray("9\n\rA0005 0123\r00021\n\r") << QByteArray("A0005 0123\r")
+            << 1;
+        QTest::newRow("just the marker of a record before it")
+            << true << 13 << QByteArray("\rOK\r") << QByteArray("OK\r") << 0;
+        QTest::newRow("ZEP-C records end LF")
+            << true << 10 << QByteArray("12345\r\nOK\r12346\r\n") << QByteArray("OK\r") << 2;
+        QTest::newRow("an answer of digits is not a record")
+            << true << 13 << QByteArray("00019\n\r12345678\r") << QByteArray("12345678\r") << 1;
+    }
+
+    void splitter()
+    {
+        QFETCH(bool, streaming);
+        QFETCH(int, marker);
+        QFETCH(QByteArray, bytes);
+        DataFormat f;
+        f.marker = quint8(marker);
+        for (bool byByte : {false, true}) {
+            StreamSplitter whole(f, streaming);
+            if (byByte) {
+                for (char c : bytes)
+                    whole.feed(QByteArray(1, c));
+            } else {
+                whole.feed(bytes);
+            }
+            whole.finish();
+            QTEST(whole.answer(), "answer");
+            QTEST(whole.recordsSeen(), "records");
+        }
     }
 };
