@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -63,7 +64,10 @@ public:
     QTimer tmrSound;
 
     // The three tests for one reading (raw units, zero offset taken off).
-    void check(double v);
+    // Each analyzer of the RS-485 line (address 0..255) keeps flags of its
+    // own, its lines name it ("1-й порог превышен Addr=005"), and the sound
+    // and blink follow the highest level among them; -1 is the single analyzer.
+    void check(double v, int address = -1);
     void tmrSound_Timer();
 
     // frmComment's OK: both flags cleared.
@@ -71,8 +75,8 @@ public:
     // frmComment unloaded: the alarm-window flag cleared.
     void commentUnloaded();
 
-    bool alarmWindowShown() const { return windowShown_; }
-    bool secondLogged() const { return secondLogged_; }
+    bool alarmWindowShown() const { return channels_.value(-1).windowShown; }
+    bool secondLogged() const { return channels_.value(-1).secondLogged; }
     // The comment window's message as the check wrote it.
     QString message() const { return message_; }
     int valueColor() const { return color_; } // frmVal's back colour number
@@ -84,21 +88,20 @@ Q_SIGNALS:
     void lineWritten(const QString& line);
 
 private:
-    struct Sound
-    {
-        bool running;
-        int intervalMs;
-    };
-    // Beeps unless the timer runs already, and sets it running at this rate.
-    void sound(Sound& s, int intervalMs);
     void showComment();
     void setMessage(const QString& text);
     void setValueColor(int colorNumber);
 
+    struct Channel
+    {
+        bool windowShown = false;
+        bool secondLogged = false;
+        int level = 0; // 0 quiet, 1 above Limit1, 2 above Limit2
+    };
+
     Station& st_;
     AlarmView* view_ = nullptr;
-    bool windowShown_ = false;
-    bool secondLogged_ = false;
+    QHash<int, Channel> channels_;
     QString message_;
     int color_ = Green;
 };

@@ -45,6 +45,7 @@ void wireRunControl(Station& st)
 void Run(Station& st)
 {
     st.stopRequest = false;
+    st.stopScan = false;
     if (st.rs485Mode) {
         if (st.foundDevices == 0) {
             st.notifier().message(QStringLiteral("No Devices Found"));
@@ -66,6 +67,9 @@ void Run(Station& st)
 
 bool RunWork485(Station& st)
 {
+    // Replies on the line are read by the polling cycle, never by the receive handler.
+    st.myComm.setRThreshold(0);
+    st.ensurePortOpen();
     st.applyTimerPeriod();
     st.HTmr.start();
     return true;
@@ -189,8 +193,9 @@ void OnComm(Station& st)
 {
     if (st.synchroFromTimer)
         return;
-    // While an exchange owns the line, the bytes that come are its answer.
-    if (st.lineBusy() && st.myComm.CommEvent() == CommPort::comEvReceive)
+    // While an exchange owns the line, the bytes that come are its answer; on
+    // the RS-485 line every reply belongs to an exchange.
+    if ((st.lineBusy() || st.rs485Mode) && st.myComm.CommEvent() == CommPort::comEvReceive)
         return;
     st.valueText = QStringLiteral("0");
     ++st.eventCounter;

@@ -37,8 +37,7 @@ QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int z
                  int limit1, int limit2)
 {
     const QByteArray value = reply.left(reply.size() - 1);
-    const double raw = QString::fromLatin1(value).trimmed().toDouble();
-    const char level = raw <= limit1 ? '0' : raw <= limit2 ? '1' : '3';
+    const char level = alarmDigit(QString::fromLatin1(value), limit1, limit2);
     QByteArray r = QByteArray::number(counter).rightJustified(kCounterDigits, '0');
     r += '\t';
     r += latin1(t, "HH:mm:ss");
@@ -48,6 +47,49 @@ QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int z
     r += zeroField(zeroPosition);
     r += '\t';
     r += level;
+    r += "\r\n";
+    return r;
+}
+
+char alarmDigit(const QString& valueText, int limit1, int limit2)
+{
+    const double raw = valueText.trimmed().toDouble();
+    return raw <= limit1 ? '0' : raw <= limit2 ? '1' : '3';
+}
+
+QString lineFileName(const QDateTime& t, int address)
+{
+    return t.toString(QStringLiteral("HH")) + QLatin1Char('h') +
+           t.toString(QStringLiteral("dd_MM")) + QStringLiteral("_A") +
+           QString::number(address).rightJustified(3, QLatin1Char('0')) + QStringLiteral(".dat");
+}
+
+namespace {
+// A value field as ppm with a decimal comma ("00019" is "1,9").
+QByteArray rusValue(const QString& field)
+{
+    bool ok = false;
+    const double ppm = field.trimmed().toDouble(&ok) / 10.0;
+    if (!ok)
+        return field.toLatin1();
+    return QByteArray::number(ppm, 'f', 1).replace('.', ',');
+}
+} // namespace
+
+QByteArray lineRecord(const QDateTime& t, int address, const QString& first, const QString& second,
+                      int zeroPosition, int limit1, int limit2, bool rus)
+{
+    QByteArray r = latin1(t, "HH:mm:ss");
+    r += '\t';
+    r += QByteArray::number(address).rightJustified(3, '0');
+    r += '\t';
+    r += rus ? rusValue(first) : first.toLatin1();
+    r += '\t';
+    r += rus ? rusValue(second) : second.toLatin1();
+    r += '\t';
+    r += zeroField(zeroPosition);
+    r += '\t';
+    r += alarmDigit(first, limit1, limit2);
     r += "\r\n";
     return r;
 }

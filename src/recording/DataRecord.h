@@ -22,6 +22,21 @@ QString textFileName(const QDateTime& t);
 QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int zeroPosition,
                  int limit1, int limit2);
 
+// The alarm digit of a value text compared with the thresholds: "0" at or
+// below limit1, "1" above it and at or below limit2, "3" above limit2.
+char alarmDigit(const QString& valueText, int limit1, int limit2);
+
+// The hourly file of one analyzer on the RS-485 line: the hourly name with
+// "_A" and the address in three digits ("14h15_11_A005.dat").
+QString lineFileName(const QDateTime& t, int address);
+
+// One record of an analyzer on the line: time "hh:mm:ss", TAB, address
+// "000", TAB, first value, TAB, second value, TAB, zero position, TAB, alarm
+// digit (of the first value), CR LF. The values are the reply's 5-character
+// fields (ppm x10); in the Russian format they are ppm with a decimal comma.
+QByteArray lineRecord(const QDateTime& t, int address, const QString& first, const QString& second,
+                      int zeroPosition, int limit1, int limit2, bool rus);
+
 // The line that opens a day's text file: "Start=dd/MM/yy" CR LF.
 QByteArray startLine(const QDateTime& t);
 // The line that ends a spell of recording: "Stop-hh:mm:ss" CR LF, printed as

@@ -21,7 +21,8 @@ QDateTime hourOf(const QDateTime& t)
 DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {
     connect(&st_.HTmr, &QTimer::timeout, this, [this] {
-        if (st_.recording)
+        // On the RS-485 line the line recorder keeps the files.
+        if (st_.recording && !st_.rs485Mode)
             rotate();
     });
 }

@@ -25,6 +25,22 @@ void Station::deliver(double value, const QByteArray& reply)
     }
 }
 
+void Station::deliverLine(const LineReading& r)
+{
+    for (int i = 0; i < LineSinkCount; ++i) {
+        if (lineSinks[size_t(i)] && (i != LineFileSink || recording))
+            lineSinks[size_t(i)](r);
+    }
+}
+
+void Station::setRs485Mode(bool on)
+{
+    if (rs485Mode == on)
+        return;
+    rs485Mode = on;
+    Q_EMIT rs485ModeChanged(on);
+}
+
 Station::~Station()
 {
     myComm.setPortOpen(false);

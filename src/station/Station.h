@@ -95,7 +95,40 @@ public:
     qint64 acceptedRecords = 0;
     qint64 droppedRecords = 0;
     bool recording = false; // data files are being written
-    int foundDevices = 0;   // analyzers the finder found on the RS-485 line
+
+    // The RS-485 line, by address 0..255.
+    static constexpr int kAddresses = 256;
+    int foundDevices = 0;                          // analyzers the last scan found
+    std::array<QString, kAddresses> serialNumbers; // answer to "SRAL?", "" where none
+    std::array<bool, kAddresses> polled{};         // asked for data on every cycle
+    std::array<bool, kAddresses> lineAutoName{};   // the channel's file is named by the clock
+    std::array<bool, kAddresses> lineRus{};        // the channel's file in the Russian format
+    // Enters or leaves the RS-485 mode (rs485Mode) and says so.
+    void setRs485Mode(bool on);
+
+    // One reading of an analyzer on the line: the two value fields of its
+    // data reply as text and the first one as a number, zero offset taken off.
+    struct LineReading
+    {
+        int address = 0;
+        QByteArray reply;
+        QString first;  // the concentration, ppm x10
+        QString second; // the analyzer's second component
+        double value = 0;
+    };
+    // Where a reading from the line goes, in this order; the file sink only
+    // while recording.
+    enum LineSinkSlot
+    {
+        LineGraphSink,
+        LineViewSink,
+        LineFileSink,
+        LineAlarmSink,
+        LineSinkCount
+    };
+    using LineSink = std::function<void(const LineReading&)>;
+    std::array<LineSink, LineSinkCount> lineSinks;
+    void deliverLine(const LineReading& r);
 
     // Maintenance commands.
     QString deviceType = QStringLiteral("ZEP-D"); // the type chosen in cmbType
@@ -151,6 +184,7 @@ Q_SIGNALS:
     // A line event other than received data (CommEvent and its number).
     void lineEvent(int commEvent);
     void lineBusyChanged(bool busy);
+    void rs485ModeChanged(bool on);
     void zeroChanged(int offset);
 
 private:

@@ -1,0 +1,121 @@
+#include "recording/LineRecorder.h"
+
+#include "recording/DataRecord.h"
+#include "station/Notifier.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <algorithm>
+
+namespace {
+constexpr QIODevice::OpenMode kAppend =
+    QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
+
+QDateTime hourOf(const QDateTime& t)
+{
+    return QDateTime(t.date(), QTime(t.time().hour(), 0));
+}
+} // namespace
+
+LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
+{
+    st_.lineSinks[Station::LineFileSink] = [this](const Station::LineReading& r) { write(r); };
+}
+
+LineRecorder::~LineRecorder()
+{
+    end();
+    st_.lineSinks[Station::LineFileSink] = nullptr;
+}
+
+bool LineRecorder::open(int address, const QString& path, const QDateTime& hour)
+{
+    auto c = std::make_unique<Channel>();
+    c->file.setFileName(path);
+    if (!c->file.open(kAppend)) {
+        st_.notifier().message(QStringLiteral("%1: %2").arg(path, c->file.errorString()),
+                               Notifier::Icon::Exclamation);
+        return false;
+    }
+    c->hour = hour;
+    channels_[size_t(address)] = std::move(c);
+    return true;
+}
+
+bool LineRecorder::start(const QList<int>& addresses)
+{
+    end();
+    const QString folder = st_.dataFolder.isEmpty() ? QDir::currentPath() : st_.dataFolder;
+    const QDateTime now = clock();
+    bool asking = true;
+    for (int a : addresses) {
+        if (a < 0 || a >= Station::kAddresses)
+            continue;
+        if (st_.lineAutoName[size_t(a)]) {
+            open(a, QDir(folder).filePath(DataRecord::lineFileName(now, a)), hourOf(now));
+            continue;
+        }
+        if (!asking || !chooseFile)
+            continue;
+        // The suggested name tells the operator which channel the dialog is for.
+        const QString suggested =
+            QDir(folder).filePath(QStringLiteral("A%1.dat").arg(a, 3, 10, QLatin1Char('0')));
+        const QString path =
+            chooseFile(QLatin1String(kChooserTitle), QLatin1String(kChooserFilter), suggested);
+        if (path.isEmpty())
+            asking = false;
+        else
+            open(a, path, QDateTime());
+    }
+    st_.recording = openFiles() > 0;
+    return st_.recording;
+}
+
+void LineRecorder::end()
+{
+    for (auto& c : channels_)
+        c.reset();
+    st_.recording = false;
+}
+
+int LineRecorder::openFiles() const
+{
+    return int(std::count_if(channels_.begin(), channels_.end(),
+                             [](const auto& c) { return c != nullptr; }));
+}
+
+QString LineRecorder::pathOf(int address) const
+{
+    if (address < 0 || address >= Station::kAddresses || !channels_[size_t(address)])
+        return {};
+    return channels_[size_t(address)]->file.fileName();
+}
+
+bool LineRecorder::write(const Station::LineReading& r)
+{
+    if (r.address < 0 || r.address >= Station::kAddresses || !channels_[size_t(r.address)])
+        return false;
+    Channel& c = *channels_[size_t(r.address)];
+    const QDateTime now = clock();
+    if (c.hour.isValid() && hourOf(now) != c.hour) {
+        // A new hour: the channel's file changes with it, as the single analyzer's does.
+        const QString folder = QFileInfo(c.file.fileName()).absolutePath();
+        c.file.close();
+        c.file.setFileName(QDir(folder).filePath(DataRecord::lineFileName(now, r.address)));
+        c.hour = hourOf(now);
+        if (!c.file.open(kAppend)) {
+            st_.notifier().status(
+                0, QStringLiteral("%1: %2").arg(c.file.fileName(), c.file.errorString()));
+            return false;
+        }
+    }
+    const QByteArray bytes =
+        DataRecord::lineRecord(now, r.address, r.first, r.second, st_.zeroPosition, st_.limit1,
+                               st_.limit2, st_.lineRus[size_t(r.address)]);
+    if (c.file.write(bytes) != bytes.size()) {
+        st_.notifier().status(
+            0, QStringLiteral("%1: %2").arg(c.file.fileName(), c.file.errorString()));
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,52 @@
+// The port side of the RS-485 exchanges: sending a frame and waiting for its reply.
+#include "rs485/mdRS485.h"
+
+#include "rs485/LineMonitor.h"
+#include "rs485/Waits.h"
+#include "station/CommPort.h"
+#include "station/Notifier.h"
+#include "station/Station.h"
+
+#include <QCoreApplication>
+
+bool SendVal(Station& st, const QString& text, CommPort& port)
+{
+    if (!port.PortOpen())
+        return false;
+    const QByteArray bytes = text.toLatin1();
+    port.Input(); // stale bytes are no part of the reply
+    if (!port.Output(bytes)) {
+        st.notifier().status(0, QStringLiteral("SendVal error ") + QStringLiteral("write failed"));
+        return false;
+    }
+    LineMonitor::of(st).sent(bytes);
+    QCoreApplication::processEvents();
+    return true;
+}
+
+bool ReplyIsOK(Station& st, int expected, CommPort& port)
+{
+    if (st.exitFlag || !port.PortOpen())
+        return false;
+    auto stopped = [&] { return st.stopScan || st.exitFlag; };
+    WaitUntil([&] { return port.InBufferCount() >= expected; }, kRS485WaitMs, stopped);
+    if (stopped())
+        return false;
+    PauseMs(kRS485SettleMs, 10);
+    if (st.stopScan)
+        return false;
+    QCoreApplication::processEvents();
+    if (st.exitFlag)
+        return false;
+    const bool ok = port.InBufferCount() >= expected;
+    st.notifier().status(0, ok ? QStringLiteral("Reply OK") : QStringLiteral("No Reply"));
+    return ok;
+}
+
+QByteArray ReadReply(Station& st, CommPort& port)
+{
+    const QByteArray bytes = port.Input();
+    if (!bytes.isEmpty())
+        LineMonitor::of(st).received(bytes);
+    return bytes;
+}
