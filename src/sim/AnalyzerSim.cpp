@@ -18,6 +18,26 @@ QByteArray serialFor(AnalyzerType type, int address, quint32 seed)
     return prefix + QByteArray::number(qMax(0, address)).rightJustified(3, '0') +
            QByteArray::number(seed % 1000).rightJustified(3, '0');
 }
+
+// The label a data reply of an analyzer with a line fault carries.
+AnalyzerSim::Fault replyFault(LineFault fault)
+{
+    switch (fault) {
+    case LineFault::WrongCheck:
+        return AnalyzerSim::Fault::WrongCheck;
+    case LineFault::WrongStart:
+        return AnalyzerSim::Fault::WrongStart;
+    case LineFault::ShortReply:
+        return AnalyzerSim::Fault::ShortReply;
+    case LineFault::Late:
+        return AnalyzerSim::Fault::Late;
+    case LineFault::None:
+    case LineFault::Silent:
+    case LineFault::ShortSerial:
+        break;
+    }
+    return AnalyzerSim::Fault::None;
+}
 } // namespace
 
 AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
@@ -31,6 +51,8 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
     } else {
         units_.emplace_back(-1, serialFor(config_.type, 0, seed), seed);
     }
+    for (auto it = config_.lineFaults.cbegin(); it != config_.lineFaults.cend(); ++it)
+        setLineFault(it.key(), it.value());
     burstSize_ = qMax(1, config_.burstSize);
     answers_ = config_.answers;
 
@@ -75,6 +97,14 @@ void AnalyzerSim::setSerialNumber(int address, const QByteArray& serial)
         u->serial = serial.leftJustified(kSerialLen, ' ', true);
 }
 
+bool AnalyzerSim::setLineFault(int address, LineFault fault)
+{
+    SimUnit* u = config_.isRs485() ? unitAt(address) : nullptr;
+    if (u)
+        u->lineFault = fault;
+    return u != nullptr;
+}
+
 // --- commands ---------------------------------------------------------------
 
 void AnalyzerSim::onReceived(const QByteArray& bytes)
@@ -103,8 +133,20 @@ void AnalyzerSim::handleLine(const QByteArray& line)
     const auto address = frameAddress(line);
     if (!address)
         return;
-    if (SimUnit* u = unitAt(*address))
+    SimUnit* u = unitAt(*address);
+    if (!u || u->lineFault == LineFault::Silent)
+        return;
+    if (u->lineFault != LineFault::Late) {
         answer(*u, line.mid(3));
+        return;
+    }
+    // Held back on a timer: the line and the other analyzers go on meanwhile.
+    QTimer::singleShot(kLateMs, Qt::PreciseTimer, this,
+                       [this, at = u->address, command = line.mid(3)] {
+                           SimUnit* late = unitAt(at);
+                           if (late && late->lineFault != LineFault::Silent && !silent_)
+                               answer(*late, command);
+                       });
 }
 
 void AnalyzerSim::answer(SimUnit& u, const QByteArray& command)
@@ -119,7 +161,8 @@ void AnalyzerSim::answer(SimUnit& u, const QByteArray& command)
     } else if (c == "DATA?") {
         deliver(bus ? makeDataReply(u) : makeRecord(u), false);
     } else if (c == "SRAL?") {
-        reply(u.serial.leftJustified(kSerialLen, ' ', true) + kCR);
+        const int len = u.lineFault == LineFault::ShortSerial ? kShortSerialLen : kSerialLen;
+        reply(u.serial.leftJustified(kSerialLen, ' ', true).left(len) + kCR);
     } else if (c == "ZERO" || c == "INIT") {
         // Acknowledged only: the simulated readings stay as they are, the
         // station applies its own zero offset.
@@ -217,7 +260,11 @@ AnalyzerSim::SentRecord AnalyzerSim::makeDataReply(SimUnit& u)
     b.ch4 = r.value;
     b.co2 = r.second;
     r.bytes = dataReply(b);
+    spoilDataReply(r.bytes, u.lineFault);
     applyFaults(r, kFirstValueAt);
+    // Line noise may come on top; the analyzer's own fault names the reply.
+    if (const Fault own = replyFault(u.lineFault); own != Fault::None)
+        r.fault = own;
     return r;
 }
 

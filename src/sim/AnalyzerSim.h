@@ -23,12 +23,23 @@ class AnalyzerSim : public QObject
 {
     Q_OBJECT
 public:
+    // What spoiled a record or data reply. Line noise (Garbled, OutOfStep)
+    // hits any of them; the others are the faults of one analyzer on an
+    // RS-485 line (LineFault) and name its data replies.
     enum class Fault
     {
         None,
         Garbled,
-        OutOfStep
+        OutOfStep,
+        WrongCheck,
+        WrongStart,
+        ShortReply,
+        Late // right as it is, but kLateMs late
     };
+    Q_ENUM(Fault)
+    // How long an analyzer with LineFault::Late holds back each answer.
+    static constexpr int kLateMs = 700;
+
     // One record or data reply as it went out, complete, on the line.
     struct SentRecord
     {
@@ -61,6 +72,10 @@ public:
     void setSilent(bool silent);
     bool isSilent() const { return silent_; }
     void setAnswerFault(AnswerFault fault) { answers_ = fault; }
+    // Makes the analyzer at `address` misbehave from its next command on
+    // (LineFault::None heals it); false when the line has no analyzer there or
+    // is not an RS-485 line.
+    bool setLineFault(int address, LineFault fault);
     // Closes the line for good, as if the device were unplugged.
     void pullDevice();
     bool isPulled() const { return pulled_; }

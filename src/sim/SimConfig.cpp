@@ -73,3 +73,52 @@ std::optional<AnswerFault> answerFaultFromName(const QString& name)
         return AnswerFault::Refuse;
     return std::nullopt;
 }
+
+std::optional<LineFault> lineFaultFromName(const QString& name)
+{
+    static const struct
+    {
+        const char* name;
+        LineFault fault;
+    } kinds[] = {{"silent", LineFault::Silent},          {"short-serial", LineFault::ShortSerial},
+                 {"wrong-check", LineFault::WrongCheck}, {"wrong-start", LineFault::WrongStart},
+                 {"short-reply", LineFault::ShortReply}, {"late", LineFault::Late}};
+    const QString n = name.trimmed().toLower();
+    for (const auto& k : kinds) {
+        if (n == QLatin1String(k.name))
+            return k.fault;
+    }
+    return std::nullopt;
+}
+
+std::optional<QMap<int, LineFault>> parseLineFaults(const QString& text, QString* error)
+{
+    auto fail = [&](const QString& why) -> std::optional<QMap<int, LineFault>> {
+        if (error)
+            *error = QStringLiteral("Bad line fault list \"%1\": %2").arg(text, why);
+        return std::nullopt;
+    };
+
+    QMap<int, LineFault> out;
+    const QStringList items = text.split(',', Qt::SkipEmptyParts);
+    if (items.isEmpty())
+        return fail(QStringLiteral("no fault given"));
+    for (const QString& item : items) {
+        const QStringList parts = item.split('=');
+        if (parts.size() != 2)
+            return fail(QStringLiteral("\"%1\" is not address=kind").arg(item.trimmed()));
+        bool ok = false;
+        const int address = parts[0].trimmed().toInt(&ok);
+        if (!ok || address < 0 || address > 255)
+            return fail(QStringLiteral("\"%1\" is not an address 0..255").arg(parts[0].trimmed()));
+        const auto fault = lineFaultFromName(parts[1]);
+        if (!fault)
+            return fail(QStringLiteral("\"%1\" is not a fault (silent, short-serial, wrong-check, "
+                                       "wrong-start, short-reply or late)")
+                            .arg(parts[1].trimmed()));
+        if (out.contains(address))
+            return fail(QStringLiteral("address %1 is given twice").arg(address));
+        out.insert(address, *fault);
+    }
+    return out;
+}

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <optional>
 
@@ -29,6 +30,22 @@ enum class AnswerFault
 
 std::optional<AnswerFault> answerFaultFromName(const QString& name);
 
+// How one analyzer on an RS-485 line misbehaves, so that the station's handling
+// of a faulty analyzer can be tried. The others on the line stay healthy.
+enum class LineFault
+{
+    None,
+    Silent,      // answers nothing at all
+    ShortSerial, // answers "SRAL?" with 5 characters and CR
+    WrongCheck,  // data reply whose check value doesn't match its body
+    WrongStart,  // data reply that starts with '#' instead of 0x0E
+    ShortReply,  // data reply of 72 bytes: its last body byte is lost
+    Late         // answers every command 700 ms late
+};
+
+// "silent", "short-serial", "wrong-check", "wrong-start", "short-reply", "late".
+std::optional<LineFault> lineFaultFromName(const QString& name);
+
 // Everything a simulated line is started with. An empty address list means one
 // streaming analyzer; a non-empty one means an RS-485 line of addressed analyzers.
 struct SimConfig
@@ -47,6 +64,8 @@ struct SimConfig
     int silenceAfterMs = -1; // stop answering after this long (-1 = never)
     int pullAfterMs = -1;    // close the line after this long (-1 = never)
     AnswerFault answers = AnswerFault::None;
+    // Misbehaving analyzers by address; RS-485 lines only.
+    QMap<int, LineFault> lineFaults;
 
     bool isRs485() const { return !addresses.isEmpty(); }
 };
@@ -54,3 +73,8 @@ struct SimConfig
 // Parses "1,2,10-12" into sorted, distinct addresses 0..255; nullopt (and a
 // reason in *error) for anything else.
 std::optional<QList<int>> parseAddressList(const QString& text, QString* error = nullptr);
+
+// Parses "7=short-serial,9=silent,12=late" (addresses 0..255, each once, kinds
+// as lineFaultFromName takes them); nullopt (and a reason in *error) for
+// anything else.
+std::optional<QMap<int, LineFault>> parseLineFaults(const QString& text, QString* error = nullptr);

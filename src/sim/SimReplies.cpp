@@ -78,6 +78,32 @@ QByteArray dataReply(const DataBody& b)
     return r;
 }
 
+void spoilDataReply(QByteArray& reply, LineFault fault)
+{
+    if (reply.size() != kDataReplyLen)
+        return;
+    switch (fault) {
+    case LineFault::WrongCheck: {
+        // Any other value does; the complement never equals the right one.
+        const quint8 right = xorOf(QByteArrayView(reply).sliced(1, kDataReplyLen - 4));
+        reply.replace(kDataReplyLen - 3, 2, hexByte(quint8(~right)));
+        break;
+    }
+    case LineFault::WrongStart:
+        reply[0] = '#';
+        break;
+    case LineFault::ShortReply:
+        // The check value still covers the whole body, as the analyzer formed it.
+        reply.remove(kDataReplyLen - 4, 1);
+        break;
+    case LineFault::None:
+    case LineFault::Silent:
+    case LineFault::ShortSerial:
+    case LineFault::Late:
+        break;
+    }
+}
+
 quint8 xorOf(QByteArrayView bytes)
 {
     quint8 x = 0;

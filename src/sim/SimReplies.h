@@ -16,7 +16,8 @@ constexpr int kRecordLen = 7;    // streamed record: 5 digits, 2 line-end bytes
 constexpr int kAmbReplyLen = 11; // "A" zero(4) blank second(4) CR
 constexpr int kUserIdLen = 14;
 constexpr int kSerialLen = 8;
-constexpr int kDataReplyLen = 73; // RS-485 data reply
+constexpr int kShortSerialLen = 5; // what an analyzer with a short serial answer sends
+constexpr int kDataReplyLen = 73;  // RS-485 data reply
 constexpr char kDataStart = 0x0E;
 constexpr int kSecondValueAt = 49; // CO2 field of the data reply
 constexpr int kFirstValueAt = 55;  // CH4 field of the data reply
@@ -46,6 +47,11 @@ struct DataBody
 // The 73-byte reply: 0x0E, 69 ASCII body bytes, two hex digits of the XOR of
 // the body, CR.
 QByteArray dataReply(const DataBody& body);
+
+// Turns a data reply into the one an analyzer with `fault` sends: the check
+// value replaced by another (WrongCheck), '#' for the start byte (WrongStart)
+// or the last body byte left out (ShortReply). Other faults leave it as it is.
+void spoilDataReply(QByteArray& reply, LineFault fault);
 
 // XOR of all bytes; 0 for none.
 quint8 xorOf(QByteArrayView bytes);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sim/SimConfig.h"
 #include "sim/SimTrace.h"
 
 #include <QByteArray>
@@ -23,4 +24,5 @@ struct SimUnit
     SimTrace co2;
     int readings = 0; // readings taken so far
     int lastCh4 = 0;
+    LineFault lineFault = LineFault::None; // how it misbehaves on the line
 };

@@ -107,6 +107,19 @@ SimConfig configFrom(const QCommandLineParser& cli)
             fail(QStringLiteral("--answers must be none, silent, malformed or refuse"));
         c.answers = *a;
     }
+    if (cli.isSet("line-fault")) {
+        if (!c.isRs485())
+            fail(QStringLiteral("--line-fault needs an RS-485 line (--rs485)"));
+        QString why;
+        const auto faults = parseLineFaults(cli.value("line-fault"), &why);
+        if (!faults)
+            fail(why);
+        for (int a : faults->keys()) {
+            if (!c.addresses.contains(a))
+                fail(QStringLiteral("--line-fault: no analyzer at address %1 on the line").arg(a));
+        }
+        c.lineFaults = *faults;
+    }
     return c;
 }
 
@@ -140,6 +153,15 @@ int main(int argc, char** argv)
          "How maintenance commands are answered: none (as they should be), silent, "
          "malformed (first byte '?') or refuse (zero and calibration not taken).",
          "fault", "none"},
+        {"line-fault",
+         QStringLiteral(
+             "Misbehaving analyzers on the RS-485 line, as address=kind pairs, e.g. "
+             "7=short-serial,9=silent. Kinds: silent (answers nothing), short-serial "
+             "(5-character serial number), wrong-check (data reply with a wrong check value), "
+             "wrong-start (data reply starting with '#' instead of 0x0E), short-reply (72-byte "
+             "data reply), late (answers every command %1 ms late).")
+             .arg(AnalyzerSim::kLateMs),
+         "list"},
     });
     cli.process(app);
     if (!cli.positionalArguments().isEmpty())

@@ -30,6 +30,21 @@ inline SimConfig simConfig(AnalyzerType type, double rate, int baud = 9600,
     return c;
 }
 
+// A data reply's length, start byte, whether the two hex digits before its last
+// byte are the XOR of the bytes between, and its last byte: "73 0e check 0d"
+// for a healthy one.
+inline QByteArray replyShape(const QByteArray& r)
+{
+    if (r.size() < 4)
+        return r.toHex(' ');
+    quint8 x = 0;
+    for (char c : r.mid(1, r.size() - 4))
+        x ^= quint8(c);
+    const QByteArray check = QByteArray::number(x, 16).toUpper().rightJustified(2, '0');
+    return QByteArray::number(r.size()) + ' ' + r.left(1).toHex() +
+           (r.mid(r.size() - 3, 2) == check ? " check " : " bad-check ") + r.right(1).toHex();
+}
+
 // A simulator with the station's port opened on its pty, both served by the
 // test's waits.
 struct SimLine
@@ -151,6 +166,79 @@ private Q_SLOTS:
         }
     }
 
+    void lineFaults_data()
+    {
+        QTest::addColumn<QString>("kind");             // of the analyzer at address 10
+        QTest::addColumn<int>("serialLen");            // its answer to "SRAL?", CR included
+        QTest::addColumn<QByteArray>("data");          // replyShape() of its data reply
+        QTest::addColumn<AnalyzerSim::Fault>("fault"); // how the log names that reply
+        using F = AnalyzerSim::Fault;
+        const QByteArray healthy = "73 0e check 0d";
+        QTest::newRow("silent") << "silent" << 0 << QByteArray() << F::None;
+        QTest::newRow("short serial") << "short-serial" << 6 << healthy << F::None;
+        QTest::newRow("wrong check")
+            << "wrong-check" << 9 << QByteArray("73 0e bad-check 0d") << F::WrongCheck;
+        QTest::newRow("wrong start")
+            << "wrong-start" << 9 << QByteArray("73 23 check 0d") << F::WrongStart;
+        // The lost byte is a blank of the body; the check value still covers it.
+        QTest::newRow("short reply")
+            << "short-reply" << 9 << QByteArray("72 0e bad-check 0d") << F::ShortReply;
+        QTest::newRow("late") << "late" << 9 << healthy << F::Late;
+    }
+    void lineFaults()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, serialLen);
+        QFETCH(QByteArray, data);
+        QFETCH(AnalyzerSim::Fault, fault);
+        const auto faults = parseLineFaults("10=" + kind);
+        QVERIFY(faults);
+        SimConfig c = simConfig(AnalyzerType::ZepD, 1.0, 9600, kBus);
+        c.lineFaults = *faults;
+        SimLine l(c);
+        QVERIFY(l.open());
+
+        // The faulty analyzer is asked first, the healthy one at address 1 right after.
+        QElapsedTimer t;
+        t.start();
+        for (const char* frame : {"#0ASRAL?", "#0ADATA?", "#01SRAL?", "#01DATA?"})
+            l.send(frame);
+        const bool late = kind == "late";
+        const qsizetype healthyLen = 9 + 73, faultyLen = serialLen + data.left(2).toInt();
+        // A station waiting 500 ms gets every answer in time but the late ones,
+        // and the late analyzer holds up nobody else.
+        QVERIFY(QTest::qWaitFor(
+            [&] { return l.port.InBufferCount() >= healthyLen + (late ? 0 : faultyLen); }, 2000));
+        QVERIFY2(t.elapsed() < 500, qPrintable(QString::number(t.elapsed())));
+        QByteArray got = l.port.Input();
+        if (late) {
+            QVERIFY(QTest::qWaitFor([&] { return l.port.InBufferCount() >= faultyLen; }, 2000));
+            QVERIFY2(t.elapsed() > 500, qPrintable(QString::number(t.elapsed())));
+            got += l.port.Input();
+        }
+        // Nothing more; from the silent analyzer not even after a late answer's delay.
+        const int quietMs = kind == "silent" ? AnalyzerSim::kLateMs + 300 : 200;
+        QVERIFY(!QTest::qWaitFor([&] { return l.port.InBufferCount() > 0; }, quietMs));
+        QCOMPARE(got.size(), healthyLen + faultyLen);
+
+        const QByteArray faulty = late ? got.mid(healthyLen) : got.left(faultyLen);
+        const QByteArray healthy = late ? got.left(healthyLen) : got.mid(faultyLen);
+        const QByteArray serial = l.sim.unit(10)->serial;
+        QCOMPARE(faulty.left(serialLen), serialLen ? serial.left(serialLen - 1) + '\r' : "");
+        QCOMPARE(replyShape(faulty.mid(serialLen)), data);
+        QVERIFY(data.isEmpty() || faulty.mid(serialLen + 1, 8) == serial);
+        QCOMPARE(healthy.left(9), l.sim.unit(1)->serial + '\r');
+        QCOMPARE(replyShape(healthy.mid(9)), QByteArray("73 0e check 0d"));
+        // The log holds the data replies as they went out, named by their fault.
+        const auto sent = l.sim.records();
+        QCOMPARE(sent.size(), data.isEmpty() ? 1 : 2);
+        for (const AnalyzerSim::SentRecord& r : sent) {
+            const bool bad = r.address == 10;
+            QCOMPARE(r.bytes, bad ? faulty.mid(serialLen) : healthy.mid(9));
+            QCOMPARE(r.fault, bad ? fault : AnalyzerSim::Fault::None);
+        }
+    }
+
     void stream_data()
     {
         QTest::addColumn<QByteArray>("fault");
@@ -261,16 +349,18 @@ private Q_SLOTS:
 
     void standaloneProgram()
     {
-        // An RS-485 line at a list with a range; SIGINT ends the program cleanly.
+        // An RS-485 line at a list with a range, one analyzer with a wrong start
+        // byte; SIGINT ends the program cleanly.
         QProcess p;
-        p.start(QStringLiteral(VELMORA_SIM_EXE), {"--rs485", "3,7-9", "--baud", "19200"});
+        p.start(QStringLiteral(VELMORA_SIM_EXE),
+                {"--rs485", "3,7-9", "--baud", "19200", "--line-fault", "9=wrong-start"});
         QVERIFY(p.waitForStarted() && p.waitForReadyRead(5000));
         CommPort port;
         port.setPortName(QString::fromLocal8Bit(p.readLine()).trimmed());
-        QVERIFY(port.setPortOpen(true) && port.Output("#08DATA?\r"));
-        QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() >= 73; }));
+        QVERIFY(port.setPortOpen(true) && port.Output("#08DATA?\r#09DATA?\r"));
+        QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() >= 2 * 73; }));
         const QByteArray reply = port.Input();
-        QVERIFY(reply.size() == 73 && reply.startsWith('\x0E'));
+        QVERIFY(reply.size() == 2 * 73 && reply.startsWith('\x0E') && reply[73] == '#');
         ::kill(pid_t(p.processId()), SIGINT);
         QVERIFY(p.waitForFinished(5000));
         QVERIFY(p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0);
