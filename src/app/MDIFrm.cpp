@@ -9,6 +9,7 @@
 #include "recording/DataFileDialog.h"
 #include "recording/DataRecorder.h"
 #include "recording/frmComment.h"
+#include "rs485/LinePoller.h"
 #include "station/Notifier.h"
 #include "station/Station.h"
 #include "station/zep_cmnd.h"
@@ -28,6 +29,7 @@
 MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
 {
     wireRunControl(st_);
+    LinePoller::of(st_);
     setObjectName(QStringLiteral("MDIFrm"));
     setWindowTitle(QStringLiteral("Velmora"));
     mdi_ = new QMdiArea(this);
@@ -41,6 +43,7 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     buildCommandPanel();
     buildStatusBar();
     buildZeroOffsetLabel();
+    buildLine();
 
     val_ = new frmVal(this);
     recorder_ = new DataRecorder(st_, this);
@@ -84,12 +87,6 @@ void MDIFrm::buildMenus()
         m->menuAction()->setObjectName(QLatin1String(name));
         return m;
     };
-    // Items whose subsystem is not part of the station yet stay visible but disabled.
-    auto later = [](QAction* a) {
-        a->setEnabled(false);
-        a->setToolTip(QStringLiteral("Not available in this version"));
-    };
-
     QMenu* file = menu("mnuFile", QStringLiteral("&File"));
     connect(addItem(file, "mnuRunSaving", QStringLiteral("&Run Saving")), &QAction::triggered, this,
             &MDIFrm::mnuRunSaving_Click);
@@ -104,7 +101,8 @@ void MDIFrm::buildMenus()
             &MDIFrm::mnuExit_Click);
 
     QMenu* mode = menu("mnuMode", QStringLiteral("&Mode"));
-    later(addItem(mode, "mnuFind", QStringLiteral("&Find")));
+    connect(addItem(mode, "mnuFind", QStringLiteral("&Find")), &QAction::triggered, this,
+            &MDIFrm::mnuFind_Click);
     connect(addItem(mode, "mnuRun", QStringLiteral("&Run")), &QAction::triggered, this,
             &MDIFrm::mnuRun_Click);
     QAction* stop = addItem(mode, "mnuStop", QStringLiteral("&Stop"));
@@ -185,7 +183,7 @@ void MDIFrm::buildToolbar()
         bool ready;
     };
     static constexpr Key kKeys[] = {
-        {"Find", "Find", "Find the analyzers on the RS-485 line", false},
+        {"Find", "Find", "Find the analyzers on the RS-485 line", true},
         {"Run", "Run", "Start reading the analyzer", true},
         {"Stop", "Stop", "Stop reading the analyzer", true},
         {"Send", "Send", "Send the text of the send line, followed by CR", true},

@@ -22,6 +22,8 @@ class DataRecorder;
 class frmComment;
 class frmCUST;
 class frmCalib;
+class frmFind;
+class LineRecorder;
 class Station;
 class frm_txt;
 class frmVal;
@@ -71,6 +73,12 @@ public:
     void mnuRun_Click();
     void mnuStop_Click();
     void mnu2ppmNow_Click();
+    // Opens the RS-485 finder (one window, kept until exit).
+    void mnuFind_Click();
+    frmFind* finder() const;
+    LineRecorder* lineRecorder() const { return lineRecorder_; }
+    // The per-address graph window of the RS-485 line; nullptr when none.
+    frmOscil* lineGraph(int address) const;
     // A command button: "CALIBR" asks for the concentration first, "SET CUST"
     // opens its dialog, the others go to the analyzer at once.
     void cmdCommands_Click(int index);
@@ -92,6 +100,12 @@ private:
     void buildCommandPanel();
     void buildStatusBar();
     void buildZeroOffsetLabel();
+    // The RS-485 line: mode label, the line's sinks and recorder.
+    void buildLine();
+    void showMode(bool rs485);
+    void addLineGraph(int address, const QString& caption);
+    void selectLineDevice(int address, const QString& caption);
+    void openMonitor();
     // Enables the commands by the line's state and what was received.
     void updateCommandPanel();
     void MDIForm_Load();
@@ -110,7 +124,7 @@ private:
     void collectGraphLayout();
     void applyGraphPreset();
     void showRunning(bool running);
-    void showOnViews(double value);
+    void showOnViews(double value, const QString& temper = QString());
 
     Station& st_;
     QMdiArea* mdi_ = nullptr;
@@ -126,6 +140,11 @@ private:
     QLabel* lblZeroOffset_ = nullptr;
     QPointer<frmCUST> cust_;
     QPointer<frmCalib> calib_;
+    QPointer<frmFind> find_;
+    QPointer<QWidget> monitor_;
+    QLabel* lblMode_ = nullptr;
+    LineRecorder* lineRecorder_ = nullptr;
+    int lineSelected_ = -1; // the analyzer the views and the main graph show on the line
     frmVal* val_ = nullptr;
     QPointer<frm_txt> txt_;
     DataRecorder* recorder_ = nullptr;

@@ -12,8 +12,11 @@
 #include "link/frmCUST.h"
 #include "link/frmCalib.h"
 #include "recording/DataRecorder.h"
+#include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
+#include "rs485/LinePoller.h"
 #include "rs485/Waits.h"
+#include "rs485/frmFind.h"
 #include "station/Notifier.h"
 #include "station/Settings.h"
 #include "station/Station.h"
@@ -91,7 +94,19 @@ void MDIFrm::mnuReadConf_Click()
 
 void MDIFrm::mnuRunSaving_Click()
 {
-    recorder_->start();
+    // On the RS-485 line each polled analyzer gets a file of its own;
+    // without any, recording does not start.
+    if (st_.rs485Mode) {
+        if (!lineRecorder_->start(LinePoller::of(st_).pollList())) {
+            // The write button was pressed by the click; it goes up again.
+            keys_.value(QStringLiteral("Write"))->setChecked(false);
+            return;
+        }
+        setWindowTitle(
+            QStringLiteral("RS-485 line: %1 data files").arg(lineRecorder_->openFiles()));
+    } else {
+        recorder_->start();
+    }
     findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setEnabled(false);
     findChild<QAction*>(QStringLiteral("mnuRunSaving"))->setVisible(false);
     findChild<QAction*>(QStringLiteral("mnuEndSaving"))->setVisible(true);
@@ -104,6 +119,10 @@ void MDIFrm::mnuRunSaving_Click()
 void MDIFrm::mnuEndSaving_Click()
 {
     recorder_->end();
+    if (lineRecorder_->openFiles() > 0) {
+        lineRecorder_->end();
+        setWindowTitle(QStringLiteral("Velmora"));
+    }
     QAction* write = keys_.value(QStringLiteral("Write"));
     write->setChecked(false);
     write->setText(QStringLiteral("&Write"));
@@ -193,6 +212,8 @@ void MDIFrm::Tbr1_ButtonClick(const QString& key)
     } else if (key == QLatin1String("About")) {
         frmAbout dlg(this);
         dlg.exec();
+    } else if (key == QLatin1String("Find")) {
+        mnuFind_Click();
     } else if (key == QLatin1String("Run")) {
         mnuRun_Click();
     } else if (key == QLatin1String("Stop")) {
@@ -237,6 +258,9 @@ void MDIFrm::showRunning(bool running)
     findChild<QAction*>(QStringLiteral("mnuStop"))->setVisible(running);
     keys_.value(QStringLiteral("Run"))->setChecked(running);
     keys_.value(QStringLiteral("Stop"))->setChecked(!running);
+    // The finder's scan would mix its frames with the readings'.
+    findChild<QAction*>(QStringLiteral("mnuFind"))->setEnabled(!running);
+    keys_.value(QStringLiteral("Find"))->setEnabled(!running);
 }
 
 void MDIFrm::mnuExit_Click()
@@ -257,6 +281,8 @@ void MDIFrm::mnuExit_Click()
         txt_->close();
     if (cust_)
         cust_->close();
+    if (find_)
+        find_->close();
     if (comment_)
         comment_->close();
     val_->close();

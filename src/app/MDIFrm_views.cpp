@@ -47,12 +47,12 @@ void MDIFrm::toggleView(const QString& key)
     setViewChecked(key, true);
 }
 
-void MDIFrm::showOnViews(double value)
+void MDIFrm::showOnViews(double value, const QString& temper)
 {
     if (auto* d = qobject_cast<frmData*>(view(QStringLiteral("Digital"))))
         d->showValue(value);
     if (auto* t = qobject_cast<frmFData*>(view(QStringLiteral("Table"))))
-        t->addReading(QDateTime::currentDateTime(), value);
+        t->addReading(QDateTime::currentDateTime(), value, temper);
     if (auto* c = qobject_cast<frmChart*>(view(QStringLiteral("Diagram"))))
         c->showValue(value);
 }

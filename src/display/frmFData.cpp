@@ -61,7 +61,7 @@ bool frmFData::FillFlex()
     return numberRows(flx_, ColValue);
 }
 
-void frmFData::addReading(const QDateTime& when, double raw)
+void frmFData::addReading(const QDateTime& when, double raw, const QString& temper)
 {
     // Newest first: the texts move down one row; the row numbers stay.
     auto text = [this](int r, int c) {
@@ -75,5 +75,5 @@ void frmFData::addReading(const QDateTime& when, double raw)
     }
     text(0, ColTime)->setText(when.toString(QStringLiteral("HH:mm:ss")));
     text(0, ColValue)->setText(FormatVal(raw));
-    text(0, ColTemper)->setText(QString());
+    text(0, ColTemper)->setText(temper);
 }

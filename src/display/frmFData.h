@@ -20,7 +20,8 @@ public:
     // Puts each row's own number in column "Value", until readings replace it.
     bool FillFlex();
     // Puts a reading (ppm x10) at the top; the oldest row drops off the end.
-    void addReading(const QDateTime& when, double raw);
+    // "Temper" shows the analyzer's second value where there is one.
+    void addReading(const QDateTime& when, double raw, const QString& temper = QString());
 
 private:
     QTableWidget* flx_;
