@@ -55,6 +55,8 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     if (options.simulate) {
         SimConfig config;
         config.readingsPerSecond = options.simRate;
+        if (options.rs485)
+            config.addresses = options.simAddresses;
         QString why;
         const QString tty = sim.start(config, &why);
         if (tty.isEmpty()) {
@@ -66,6 +68,34 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         st.applyPortSettings();
         std::fprintf(stderr, "velmora: simulated analyzer on %s\n", qPrintable(tty));
     }
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
+        notifier.message(QStringLiteral("Can't watch for signals"));
+        return 1;
+    }
+    std::function<void()> onQuit;
+    QSocketNotifier sigWatch(signalFds[1], QSocketNotifier::Read);
+    QObject::connect(&sigWatch, &QSocketNotifier::activated, &app, [&] {
+        char c;
+        (void)::read(signalFds[1], &c, 1);
+        sigWatch.setEnabled(false);
+        if (onQuit)
+            onQuit();
+    });
+    struct sigaction sa = {};
+    sa.sa_handler = onSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &sa, nullptr);
+    sigaction(SIGTERM, &sa, nullptr);
+    auto done = [&](int rc) {
+        sim.stop();
+        ::close(signalFds[0]);
+        ::close(signalFds[1]);
+        return rc;
+    };
+    if (options.rs485)
+        return done(runHeadlessLine(app, st, options, onQuit));
+
     st.synchroFromTimer = !options.fromDevice;
     st.sinks[Station::MainGraphSink] = [](double value, const QByteArray&) { printReading(value); };
     QObject::connect(&st, &Station::lineEvent, &app, [](int event) {
@@ -78,39 +108,20 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     alarms.acknowledgeWhenQuiet = true;
     QObject::connect(&alarms, &AlarmCheck::lineWritten, &app,
                      [&notifier](const QString& line) { notifier.message(line); });
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
-        notifier.message(QStringLiteral("Can't watch for signals"));
-        return 1;
-    }
-    QSocketNotifier sigWatch(signalFds[1], QSocketNotifier::Read);
-    int exitCode = 0;
-    QObject::connect(&sigWatch, &QSocketNotifier::activated, &app, [&] {
-        char c;
-        (void)::read(signalFds[1], &c, 1);
-        sigWatch.setEnabled(false);
+    onQuit = [&] {
         st.exitFlag = true;
         recorder.end();
         st.HTmr.stop();
         st.Stop();
         PauseMs(100, 10);
         st.myComm.setPortOpen(false);
-        app.exit(exitCode);
-    });
-    struct sigaction sa = {};
-    sa.sa_handler = onSignal;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &sa, nullptr);
-    sigaction(SIGTERM, &sa, nullptr);
+        app.exit(0);
+    };
 
     Run(st);
     if (!st.myComm.PortOpen())
-        return 1; // the reason was printed when the port failed to open
+        return done(1); // the reason was printed when the port failed to open
     if (options.record && recorder.start())
         std::fprintf(stderr, "velmora: recording to %s\n", qPrintable(recorder.dataFilePath()));
-    const int rc = app.exec();
-    sim.stop();
-    ::close(signalFds[0]);
-    ::close(signalFds[1]);
-    return rc;
+    return done(app.exec());
 }

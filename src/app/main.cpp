@@ -4,6 +4,7 @@
 #include "app/Headless.h"
 #include "app/MDIFrm.h"
 #include "display/frmVal.h"
+#include "sim/SimConfig.h"
 #include "sim/SimHost.h"
 #include "station/Settings.h"
 #include "station/Station.h"
@@ -48,7 +49,20 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("record"),
         QStringLiteral("Headless: record to the data files in the data folder, as Run Saving "
                        "does; SIGINT/SIGTERM end the record with its Stop- line."));
-    cli.addOptions({headless, simulate, simRate, fromDevice, verbose, record});
+    const QCommandLineOption rs485(
+        QStringLiteral("rs485"),
+        QStringLiteral("Headless: run on the RS-485 line: scan, then poll the analyzers found."));
+    const QCommandLineOption addresses(
+        QStringLiteral("addresses"),
+        QStringLiteral("Headless --rs485: the addresses to scan, e.g. 1-20,255 (default 0-255)."),
+        QStringLiteral("list"));
+    const QCommandLineOption simLine(
+        QStringLiteral("sim-line"),
+        QStringLiteral(
+            "With --simulate --rs485: the simulated analyzers' addresses (default 1-8)."),
+        QStringLiteral("list"), QStringLiteral("1-8"));
+    cli.addOptions(
+        {headless, simulate, simRate, fromDevice, verbose, record, rs485, addresses, simLine});
     cli.process(app);
 
     Options o;
@@ -57,6 +71,20 @@ Options parse(const QCoreApplication& app)
     o.run.fromDevice = cli.isSet(fromDevice);
     o.run.verbose = cli.isSet(verbose);
     o.run.record = cli.isSet(record);
+    o.run.rs485 = cli.isSet(rs485);
+    auto list = [&](const QCommandLineOption& option, QList<int>& into) {
+        QString why;
+        const auto parsed = parseAddressList(cli.value(option), &why);
+        if (!parsed) {
+            std::fprintf(stderr, "velmora: --%s: %s\n", qPrintable(option.names().first()),
+                         qPrintable(why));
+            std::exit(2);
+        }
+        into = *parsed;
+    };
+    if (cli.isSet(addresses))
+        list(addresses, o.run.addresses);
+    list(simLine, o.run.simAddresses);
     bool ok = false;
     o.run.simRate = cli.value(simRate).toDouble(&ok);
     if (!ok || o.run.simRate <= 0 || o.run.simRate > 1000) {
