@@ -27,6 +27,11 @@ int AddressOfItem(const QString& item)
     return ok && a >= 0 && a <= 255 ? a : -1;
 }
 
+QString SerialOfItem(const QString& item)
+{
+    return item.left(item.lastIndexOf(QStringLiteral(" at Addr=")));
+}
+
 QString DeviceCaption(const QString& serial, int address)
 {
     return serial + QStringLiteral(" At Address=") +

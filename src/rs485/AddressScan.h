@@ -15,6 +15,8 @@ class Station;
 QString DeviceItem(const QString& serial, int address);
 // The address of a list item: its last three characters; -1 when they are not 0..255.
 int AddressOfItem(const QString& item);
+// The serial number of a list item: what stands before " at Addr=".
+QString SerialOfItem(const QString& item);
 // "ABCD1234 At Address=0A (Dec=10)": the caption of an analyzer's windows.
 QString DeviceCaption(const QString& serial, int address);
 

@@ -73,22 +73,25 @@ void LinePoller::runCycles()
         due_ = true;
         return;
     }
+    if (!active())
+        return;
     inCycle_ = true;
-    do {
-        due_ = false;
+    due_ = false;
+    QElapsedTimer t;
+    t.start();
+    for (int a : pollList()) {
         if (!active())
             break;
-        QElapsedTimer t;
-        t.start();
-        for (int a : pollList()) {
-            if (!active())
-                break;
-            exchange(a);
-        }
-        ++cycles_;
-        Q_EMIT cycleFinished(t.elapsed());
-    } while (due_);
+        exchange(a);
+    }
+    ++cycles_;
     inCycle_ = false;
+    Q_EMIT cycleFinished(t.elapsed());
+    // The next cycle, when one is due already, starts from the event loop:
+    // whoever waits in the loop that ran this one gets control back between
+    // cycles.
+    if (due_)
+        QTimer::singleShot(0, this, &LinePoller::runCycles);
 }
 
 void LinePoller::exchange(int address)

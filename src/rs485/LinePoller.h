@@ -47,8 +47,8 @@ public:
     bool inCycle() const { return inCycle_; }
     qint64 cycles() const { return cycles_; }
 
-    // Runs cycles now until no further one is due (returns at once when one
-    // is already running: the next follows it).
+    // Runs one cycle now (when one is running already, the next is made due
+    // and follows it at once).
     void runCycles();
 
 Q_SIGNALS:

@@ -111,8 +111,8 @@ void frmFind::cmdScanDev_Click()
     cmbDevicesA_->clear();
     cmbComand_->clear();
     st_.polled.fill(false);
-    PBar_->setRange(0, 255);
-    PBar_->setValue(0);
+    PBar_->setRange(scanFirst, scanLast);
+    PBar_->setValue(scanFirst);
     ScanHooks hooks;
     hooks.visiting = [this](int address) {
         PBar_->setValue(address);
@@ -126,7 +126,7 @@ void frmFind::cmdScanDev_Click()
         cmbDevicesA_->setCurrentIndex(cmbDevicesA_->count() - 1);
         Q_EMIT deviceFound(address);
     };
-    const bool found = ScanAddressFromTo(st_, 0, 255, st_.myComm, hooks);
+    const bool found = ScanAddressFromTo(st_, scanFirst, scanLast, st_.myComm, hooks);
     scanning_ = false;
     if (!found && !st_.exitFlag)
         st_.notifier().message(QStringLiteral("No Devices Found"));
@@ -149,7 +149,7 @@ void frmFind::cmbDevices_Click()
     lblAddr_->setText(threeDigits(address));
     SelectedDevice = hex;
     loadCmb(hex);
-    Q_EMIT deviceSelected(address, DeviceCaption(st_.serialNumbers[size_t(address)], address));
+    Q_EMIT deviceSelected(address, DeviceCaption(SerialOfItem(item), address));
 }
 
 void frmFind::loadCmb(const QString& hex)

@@ -25,6 +25,10 @@ class frmFind : public QDialog
 public:
     explicit frmFind(Station& st, QWidget* parent = nullptr);
 
+    // The addresses "Find Devices" visits: the whole line unless narrowed.
+    int scanFirst = 0;
+    int scanLast = 255;
+
     quint8 SelectedDeviceADR = 0;
     QString SelectedDevice; // the same address as two hex digits
 

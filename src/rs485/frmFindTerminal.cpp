@@ -188,14 +188,15 @@ void frmFind::tmr_Timer()
 
 void frmFind::cmdAdd_Click()
 {
-    const int address = AddressOfItem(cmbDevicesA_->currentText());
+    const QString item = cmbDevicesA_->currentText();
+    const int address = AddressOfItem(item);
     if (address < 0)
         return;
     st_.polled[size_t(address)] = true;
     st_.lineAutoName[size_t(address)] = chkAutoFN_->isChecked();
     st_.lineRus[size_t(address)] = chkRus_->isChecked();
     st_.setRs485Mode(true);
-    Q_EMIT graphWanted(address, DeviceCaption(st_.serialNumbers[size_t(address)], address));
+    Q_EMIT graphWanted(address, DeviceCaption(SerialOfItem(item), address));
 }
 
 void frmFind::showStats()

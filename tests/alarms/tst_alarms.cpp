@@ -107,6 +107,34 @@ private Q_SLOTS:
         QTEST(view.shows, "shows");
         QTEST(view.color, "color");
     }
+
+    // On the RS-485 line each analyzer's lines name it, and the sound follows
+    // the highest level among them.
+    void lineChannels()
+    {
+        RecordingNotifier n;
+        Station st(n);
+        AlarmCheck alarms(st);
+        alarms.clock = [] { return QDateTime(QDate(2026, 11, 15), QTime(14, 5, 0)); };
+        FakeView view;
+        alarms.setView(&view);
+        auto reading = [&](int address, double v) {
+            Station::LineReading r;
+            r.address = address;
+            r.value = v;
+            st.deliverLine(r);
+            return alarms.tmrSound.interval();
+        };
+        QCOMPARE(reading(5, 90), 250);
+        QCOMPARE(reading(10, 60), 250); // 5 is still above Limit2
+        QCOMPARE(view.message, QStringLiteral("15/11/26 14:05:00-1-й порог превышен Addr=005\r\n"
+                                              "15/11/26 14:05:00-2-й порог превышен Addr=005\r\n"
+                                              "15/11/26 14:05:00-1-й порог превышен Addr=010"));
+        QCOMPARE(reading(5, 20), 700); // 10 still above Limit1
+        QCOMPARE(reading(10, 20), 0);
+        QCOMPARE(view.color, int(AlarmCheck::Green));
+        QCOMPARE(view.beeps, 1);
+    }
 };
 
 class AlarmDialogTest : public QObject

@@ -48,6 +48,8 @@ class HeadlessTest : public QObject
 private Q_SLOTS:
     void printsReadingsAndStopsOnSigterm();
     void unusablePortIsAnErrorExit();
+    void lineRecordsAndSummarises_data();
+    void lineRecordsAndSummarises();
 };
 
 class ViewsTest : public QObject

@@ -3,6 +3,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QMap>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTest>
@@ -88,4 +89,83 @@ void HeadlessTest::unusablePortIsAnErrorExit()
     QVERIFY(p.waitForFinished(10000));
     QCOMPARE(p.exitCode(), 1);
     QVERIFY(p.readAllStandardError().contains("Can't open port /nonexistent/ttyX"));
+}
+
+void HeadlessTest::lineRecordsAndSummarises_data()
+{
+    QTest::addColumn<QString>("simLine");
+    QTest::addColumn<QStringList>("found");
+    QTest::addColumn<int>("exitCode");
+    QTest::newRow("two analyzers") << "3,5" << QStringList{"003", "005"} << 0;
+    QTest::newRow("nobody there") << "9" << QStringList{} << 1;
+}
+
+// --headless --rs485 over the simulator's line: the analyzers found, one line
+// per reading, a file per analyzer, and on SIGTERM the counts per address.
+void HeadlessTest::lineRecordsAndSummarises()
+{
+    QFETCH(QString, simLine);
+    QFETCH(QStringList, found);
+    QTemporaryDir cfg;
+    const QString data = cfg.filePath(QStringLiteral("data"));
+    QVERIFY(QDir().mkpath(data));
+    QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
+    QVERIFY(ini.open(QIODevice::WriteOnly));
+    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[INTERVAL]\nTIMER=3\n");
+    ini.close();
+    QProcess p;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
+    p.setProcessEnvironment(env);
+    p.start(QStringLiteral(VELMORA_BIN), {"--headless", "--simulate", "--rs485", "--addresses",
+                                          "3-5", "--sim-line", simLine, "--record"});
+    QVERIFY(p.waitForStarted(5000));
+    QByteArray out;
+    if (found.isEmpty()) {
+        QVERIFY(p.waitForFinished(10000));
+        QTEST(p.exitCode(), "exitCode");
+        QVERIFY(p.readAllStandardError().contains("No Devices Found"));
+        return;
+    }
+    // Two cycles: the scan takes about 2.6 s, a cycle well under the 3 s period.
+    QVERIFY(QTest::qWaitFor(
+        [&] {
+            out += p.readAllStandardOutput();
+            return out.count('\n') >= 2 + 2 * found.size();
+        },
+        15000));
+    p.terminate();
+    QVERIFY(p.waitForFinished(5000));
+    QTEST(p.exitCode(), "exitCode");
+    out += p.readAllStandardOutput();
+    const QList<QByteArray> lines = out.trimmed().split('\n');
+    const QRegularExpression item(QStringLiteral(R"(^ZD\d{6} at Addr=(\d{3})$)"));
+    const QRegularExpression reading(
+        QStringLiteral(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d (\d{3}) (-?\d+) (-?\d+\.\d)$)"));
+    QMap<QString, int> perAddress;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        const QString l = QString::fromLatin1(lines[i]);
+        if (i < found.size()) {
+            QCOMPARE(item.match(l).captured(1), found[i]);
+            continue;
+        }
+        const auto m = reading.match(l);
+        QVERIFY2(m.hasMatch(), qPrintable(l));
+        QCOMPARE(m.captured(1), found[(i - found.size()) % found.size()]); // address order
+        QCOMPARE(m.captured(2).toDouble() / 10.0, m.captured(3).toDouble());
+        ++perAddress[m.captured(1)];
+    }
+    const QString err = QString::fromUtf8(p.readAllStandardError());
+    for (const QString& a : found) {
+        // Every reading printed is in the analyzer's file, and counted as a reply.
+        const QStringList files = QDir(data).entryList({QStringLiteral("*_A%1.dat").arg(a)});
+        QCOMPARE(files.size(), 1);
+        QFile f(QDir(data).filePath(files.first()));
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll().count('\n'), perAddress.value(a));
+        QVERIFY2(err.contains(QStringLiteral("%1: %2 sent, %2 replies, 0 time-outs, 0 refused")
+                                  .arg(a)
+                                  .arg(perAddress.value(a))),
+                 qPrintable(err));
+    }
 }

@@ -4,8 +4,10 @@
 #include "RecordingRig.h"
 #include "TestMain.h"
 #include "recording/DataRecord.h"
+#include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
 
+#include <QFileInfo>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -64,6 +66,62 @@ private Q_SLOTS:
         QFETCH(int, zero);
         const QDateTime at(QDate(2026, 11, 15), QTime(14, 5, 9));
         QTEST(DataRecord::bytes(7, at, reply, zero, 50, 80), "expected");
+    }
+
+    void lineRecord_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<int>("zero");
+        QTest::addColumn<bool>("rus");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("raw fields")
+            << "00019" << 0 << false << QByteArray("14:05:09\t005\t00019\t04123\t00000\t0\r\n");
+        QTest::newRow("above Limit2, negative zero")
+            << "00081" << -20 << false << QByteArray("14:05:09\t005\t00081\t04123\t-0020\t3\r\n");
+        QTest::newRow("Russian: ppm with a decimal comma")
+            << "00051" << 0 << true << QByteArray("14:05:09\t005\t5,1\t412,3\t00000\t1\r\n");
+    }
+
+    void lineRecord()
+    {
+        QFETCH(QString, first);
+        QFETCH(int, zero);
+        QFETCH(bool, rus);
+        const QDateTime at(QDate(2026, 11, 15), QTime(14, 5, 9));
+        QTEST(DataRecord::lineRecord(at, 5, first, QStringLiteral("04123"), zero, 50, 80, rus),
+              "expected");
+        QCOMPARE(DataRecord::lineFileName(at, 5), QStringLiteral("14h15_11_A005.dat"));
+    }
+
+    // Each analyzer's file changes with the hour; a chosen file stays.
+    void lineRotation()
+    {
+        RecordingRig rig;
+        LineRecorder rec(rig.st);
+        rec.clock = [&] { return rig.now; };
+        rig.st.lineAutoName[5] = true;
+        QStringList asked;
+        rec.chooseFile = [&](const QString& title, const QString& filter, const QString& start) {
+            asked << title << filter << QFileInfo(start).fileName();
+            return rig.path(QStringLiteral("mine.dat"));
+        };
+        QVERIFY(rec.start({5, 9}));
+        QCOMPARE(asked,
+                 (QStringList{"OK-for Next Channel; CANCEL-for Exit",
+                              "Data (*.dat;*.dt)|*.dat;*.dt|All Files (*.*)|*.*", "A009.dat"}));
+        Station::LineReading r{5, {}, QStringLiteral("00019"), QStringLiteral("04123"), 19};
+        rig.st.deliverLine(r);
+        r.address = 9;
+        rig.st.deliverLine(r);
+        rig.now = rig.now.addSecs(3600);
+        rig.st.deliverLine(r);
+        r.address = 5;
+        rig.st.deliverLine(r);
+        rec.end();
+        QCOMPARE(rig.file("14h15_11_A005.dat").count('\n'), 1);
+        QCOMPARE(rig.file("15h15_11_A005.dat").count('\n'), 1);
+        QCOMPARE(rig.file("mine.dat").count('\n'), 2);
+        QVERIFY(!rig.st.recording);
     }
 
     void rotation_data()
