@@ -20,6 +20,7 @@ namespace {
 struct Options
 {
     bool headless = false;
+    bool simLine = false; // the simulator is an RS-485 line
     HeadlessOptions run;
 };
 
@@ -58,8 +59,8 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("list"));
     const QCommandLineOption simLine(
         QStringLiteral("sim-line"),
-        QStringLiteral(
-            "With --simulate --rs485: the simulated analyzers' addresses (default 1-8)."),
+        QStringLiteral("With --simulate: simulate an RS-485 line of analyzers at these addresses "
+                       "instead of one streaming analyzer (default with --rs485: 1-8)."),
         QStringLiteral("list"), QStringLiteral("1-8"));
     cli.addOptions(
         {headless, simulate, simRate, fromDevice, verbose, record, rs485, addresses, simLine});
@@ -85,6 +86,7 @@ Options parse(const QCoreApplication& app)
     if (cli.isSet(addresses))
         list(addresses, o.run.addresses);
     list(simLine, o.run.simAddresses);
+    o.simLine = cli.isSet(simLine);
     bool ok = false;
     o.run.simRate = cli.value(simRate).toDouble(&ok);
     if (!ok || o.run.simRate <= 0 || o.run.simRate > 1000) {
@@ -113,6 +115,8 @@ int runWindowed(QApplication& app, const Options& o)
     if (o.run.simulate) {
         SimConfig config;
         config.readingsPerSecond = o.run.simRate;
+        if (o.simLine)
+            config.addresses = o.run.simAddresses;
         QString why;
         const QString tty = sim.start(config, &why);
         if (tty.isEmpty()) {
@@ -121,7 +125,8 @@ int runWindowed(QApplication& app, const Options& o)
             st.simulatorTty = tty;
             st.portName = tty;
             st.applyPortSettings();
-            notifier.status(1, QStringLiteral("Simulated analyzer on %1").arg(tty));
+            notifier.status(1, o.simLine ? QStringLiteral("Simulated RS-485 line on %1").arg(tty)
+                                         : QStringLiteral("Simulated analyzer on %1").arg(tty));
         }
     }
     if (o.run.fromDevice)
@@ -129,8 +134,9 @@ int runWindowed(QApplication& app, const Options& o)
     frm.applyLayout();
     frm.valueWindow()->show();
     frm.show();
-    // On the simulator there is nothing to set up: start reading at once.
-    if (sim.isRunning())
+    // On a simulated analyzer there is nothing to set up: start reading at
+    // once. A simulated line waits for the operator's Find.
+    if (sim.isRunning() && !o.simLine)
         QTimer::singleShot(0, &frm, [&frm] { frm.mnuRun_Click(); });
     const int rc = app.exec();
     sim.stop();

@@ -61,7 +61,7 @@ frmFind::frmFind(Station& st, QWidget* parent) : QDialog(parent), st_(st)
 
 QWidget* frmFind::buildFinder()
 {
-    auto* box = new QGroupBox(QStringLiteral("Find Devices"), this);
+    auto* box = new QGroupBox(QStringLiteral("Devices"), this);
     cmdScanDev_ = new QPushButton(QStringLiteral("Find Devices"), box);
     cmdScanDev_->setObjectName(QStringLiteral("cmdScanDev"));
     cmdStop_ = new QPushButton(QStringLiteral("Stop Scan Addr"), box);

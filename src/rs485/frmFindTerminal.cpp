@@ -174,6 +174,7 @@ void frmFind::tmr_Timer()
         const QByteArray bytes = ReadReply(st_, port);
         replyBytes_ += bytes;
         txtReply_->setText(readableBytes(replyBytes_));
+        txtReply_->setCursorPosition(0); // a long reply shows from its start
     }
     if (replyBytes_.size() == RS485ReplyLen) {
         QString first;
