@@ -2,10 +2,22 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QIODevice>
 #include <QString>
 
 // The bytes and names of the station's data files, as pure functions.
 namespace DataRecord {
+
+// Data files are opened for appending and unbuffered: every write goes
+// straight to the operating system.
+inline constexpr QIODevice::OpenMode kAppend =
+    QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
+
+// The start of the hour of `t`: the hour a data file belongs to.
+inline QDateTime hourOf(const QDateTime& t)
+{
+    return QDateTime(t.date(), QTime(t.time().hour(), 0));
+}
 
 // The hourly data file's name: hour "hh", "h", day "dd", "_", month "mm",
 // ".dat" (14:05 on 15 November: "14h15_11.dat").

@@ -7,16 +7,8 @@
 #include <QDir>
 #include <QFileInfo>
 
-namespace {
-// Unbuffered: every write goes straight to the operating system.
-constexpr QIODevice::OpenMode kAppend =
-    QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
-
-QDateTime hourOf(const QDateTime& t)
-{
-    return QDateTime(t.date(), QTime(t.time().hour(), 0));
-}
-} // namespace
+using DataRecord::hourOf;
+using DataRecord::kAppend;
 
 DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {

@@ -7,15 +7,8 @@
 #include <QFileInfo>
 #include <algorithm>
 
-namespace {
-constexpr QIODevice::OpenMode kAppend =
-    QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
-
-QDateTime hourOf(const QDateTime& t)
-{
-    return QDateTime(t.date(), QTime(t.time().hour(), 0));
-}
-} // namespace
+using DataRecord::hourOf;
+using DataRecord::kAppend;
 
 LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {

@@ -8,23 +8,33 @@
 #include <QRegularExpression>
 #include <QTest>
 
+namespace {
+// Starts the station with a settings file of `ini` in a fresh configuration folder.
+void startStation(QProcess& p, const QTemporaryDir& cfg, const QByteArray& ini,
+                  const QStringList& args)
+{
+    QFile file(cfg.filePath(QStringLiteral("Tervala.ini")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(ini);
+    file.close();
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
+    p.setProcessEnvironment(env);
+    p.start(QStringLiteral(VELMORA_BIN), args);
+    QVERIFY(p.waitForStarted(5000));
+}
+} // namespace
+
 void HeadlessTest::printsReadingsAndStopsOnSigterm()
 {
     QTemporaryDir cfg;
     const QString data = cfg.filePath(QStringLiteral("data"));
     QVERIFY(QDir().mkpath(data));
-    QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
-    QVERIFY(ini.open(QIODevice::WriteOnly));
-    // Every reading is above the first threshold and below the second.
-    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[LIMIT]\nLimit1=1\nLimit2=99999\n");
-    ini.close();
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(VELMORA_BIN),
-            {"--headless", "--simulate", "--from-device", "--sim-rate", "20", "--record"});
-    QVERIFY(p.waitForStarted(5000));
+    // Every reading is above the first threshold and below the second.
+    startStation(p, cfg,
+                 "[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[LIMIT]\nLimit1=1\nLimit2=99999\n",
+                 {"--headless", "--simulate", "--from-device", "--sim-rate", "20", "--record"});
     QByteArray out;
     QVERIFY(QTest::qWaitFor(
         [&] {
@@ -77,15 +87,8 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
 void HeadlessTest::unusablePortIsAnErrorExit()
 {
     QTemporaryDir cfg;
-    QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
-    QVERIFY(ini.open(QIODevice::WriteOnly));
-    ini.write("[COMPORTS]\nPortName=/nonexistent/ttyX\n");
-    ini.close();
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(VELMORA_BIN), {"--headless"});
+    startStation(p, cfg, "[COMPORTS]\nPortName=/nonexistent/ttyX\n", {"--headless"});
     QVERIFY(p.waitForFinished(10000));
     QCOMPARE(p.exitCode(), 1);
     QVERIFY(p.readAllStandardError().contains("Can't open port /nonexistent/ttyX"));
@@ -109,17 +112,10 @@ void HeadlessTest::lineRecordsAndSummarises()
     QTemporaryDir cfg;
     const QString data = cfg.filePath(QStringLiteral("data"));
     QVERIFY(QDir().mkpath(data));
-    QFile ini(cfg.filePath(QStringLiteral("Tervala.ini")));
-    QVERIFY(ini.open(QIODevice::WriteOnly));
-    ini.write("[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[INTERVAL]\nTIMER=3\n");
-    ini.close();
     QProcess p;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), cfg.path());
-    p.setProcessEnvironment(env);
-    p.start(QStringLiteral(VELMORA_BIN), {"--headless", "--simulate", "--rs485", "--addresses",
-                                          "3-5", "--sim-line", simLine, "--record"});
-    QVERIFY(p.waitForStarted(5000));
+    startStation(p, cfg, "[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n[INTERVAL]\nTIMER=3\n",
+                 {"--headless", "--simulate", "--rs485", "--addresses", "3-5", "--sim-line",
+                  simLine, "--record"});
     QByteArray out;
     if (found.isEmpty()) {
         QVERIFY(p.waitForFinished(10000));
