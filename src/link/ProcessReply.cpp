@@ -20,7 +20,7 @@ bool ProcessRecord(Station& st, QByteArray buffer)
     if (markerAt >= buffer.size() || quint8(buffer[markerAt]) != st.format.marker) {
         // Out of step: let the rest of the record arrive, then drop it.
         WaitMs(kResyncPauseMs);
-        st.myComm.Input();
+        st.myComm.discardInput();
         ++st.droppedRecords;
         return false;
     }

@@ -62,6 +62,8 @@ void Run(Station& st)
     st.myComm.Output(QByteArrayLiteral("XDAT?\r"));
     setRunning(st, true);
     RunWork(st);
+    // One record per receive event, however many arrive together.
+    st.myComm.setInputLen(st.format.valueLength() + 2);
     st.myComm.setRThreshold(kStreamThreshold);
 }
 

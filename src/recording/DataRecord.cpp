@@ -1,6 +1,9 @@
 #include "recording/DataRecord.h"
 
 #include <QFile>
+#ifdef Q_OS_UNIX
+#include <unistd.h>
+#endif
 
 namespace {
 constexpr int kCounterDigits = 5;
@@ -21,6 +24,17 @@ QByteArray zeroField(int zeroPosition)
 } // namespace
 
 namespace DataRecord {
+
+bool syncToDisk(QFile& f)
+{
+    if (!f.isOpen())
+        return true;
+#ifdef Q_OS_UNIX
+    return ::fdatasync(f.handle()) == 0;
+#else
+    return f.flush();
+#endif
+}
 
 QString dataFileName(const QDateTime& t)
 {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QFile>
 #include <QIODevice>
 #include <QString>
 
@@ -12,6 +13,11 @@ namespace DataRecord {
 // straight to the operating system.
 inline constexpr QIODevice::OpenMode kAppend =
     QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered;
+
+// Makes what was written to `f` durable on the disk (fdatasync); false when
+// the system says it could not.
+bool syncToDisk(QFile& f);
+inline constexpr int kSyncDelayMs = 1000; // written records reach the disk within this
 
 // The start of the hour of `t`: the hour a data file belongs to.
 inline QDateTime hourOf(const QDateTime& t)

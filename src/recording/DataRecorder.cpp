@@ -12,6 +12,12 @@ using DataRecord::kAppend;
 
 DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {
+    sync_.setSingleShot(true);
+    sync_.setInterval(DataRecord::kSyncDelayMs);
+    connect(&sync_, &QTimer::timeout, this, [this] {
+        DataRecord::syncToDisk(data_);
+        DataRecord::syncToDisk(text_);
+    });
     connect(&st_.HTmr, &QTimer::timeout, this, [this] {
         // On the RS-485 line the line recorder keeps the files.
         if (st_.recording && !st_.rs485Mode)
@@ -32,6 +38,7 @@ QString DataRecorder::folderPath(const QString& name) const
 
 bool DataRecorder::openFile(QFile& f, const QString& path)
 {
+    DataRecord::syncToDisk(f);
     f.close();
     f.setFileName(path);
     if (f.open(kAppend))
@@ -127,8 +134,11 @@ bool DataRecorder::appendBytes(QFile& f, const QByteArray& bytes, QString* why)
             break;
         done += n;
     }
-    if (done == bytes.size() && f.flush())
+    if (done == bytes.size() && f.flush()) {
+        if (!sync_.isActive())
+            sync_.start();
         return true;
+    }
     *why = f.errorString();
     f.unsetError();
     if (done > 0 && at >= 0)
@@ -150,10 +160,15 @@ bool DataRecorder::writeText(const QByteArray& line)
 
 bool DataRecorder::WriteToFile(const QByteArray& reply)
 {
+    return writeRecord(reply, clock());
+}
+
+bool DataRecorder::writeRecord(const QByteArray& reply, const QDateTime& now)
+{
     if (dataPath_.isEmpty() || reply.isEmpty())
         return false;
-    const QByteArray r = DataRecord::bytes(st_.recordCounter, clock(), reply, st_.zeroPosition,
-                                           st_.limit1, st_.limit2);
+    const QByteArray r =
+        DataRecord::bytes(st_.recordCounter, now, reply, st_.zeroPosition, st_.limit1, st_.limit2);
     for (;;) {
         QString why;
         if (stillThere(data_, dataPath_, &why) && appendBytes(data_, r, &why)) {
@@ -176,6 +191,9 @@ bool DataRecorder::WriteComment(const QString& text)
 void DataRecorder::CloseDataFiles()
 {
     const bool hadData = !dataPath_.isEmpty();
+    sync_.stop();
+    DataRecord::syncToDisk(data_);
+    DataRecord::syncToDisk(text_);
     data_.close();
     text_.close();
     dataPath_.clear();
@@ -191,11 +209,13 @@ bool DataRecorder::start()
     const bool dataOk = OpenDataFile(true);
     OpenTextFile();
     st_.sinks[Station::DataFileSink] = [this](double, const QByteArray& reply) {
-        // In "From Device" mode the polling timer is off and never ticks: each
-        // record then looks for a new hour or day itself before it is written.
-        if (!st_.HTmr.isActive())
-            rotate();
-        WriteToFile(reply);
+        // Each record looks for a new hour or day itself before it is written,
+        // so that every hour's file holds exactly its hour's records whatever
+        // the order of ticks and readings (and with no tick at all in "From
+        // Device" mode). The record is stamped with the same moment.
+        const QDateTime now = clock();
+        rotate(now);
+        writeRecord(reply, now);
     };
     st_.recording = true;
     return dataOk;
@@ -213,7 +233,11 @@ void DataRecorder::end()
 
 void DataRecorder::rotate()
 {
-    const QDateTime now = clock();
+    rotate(clock());
+}
+
+void DataRecorder::rotate(const QDateTime& now)
+{
     if (hourOf(now) != dataHour_) {
         st_.recordCounter = 1; // kept when the new file can't be opened
         OpenDataFile(true);

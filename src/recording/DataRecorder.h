@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QObject>
+#include <QTimer>
 #include <functional>
 
 class Station;
@@ -21,10 +22,10 @@ class Station;
 //   connect(&rec, &DataRecorder::dataFileChanged, ...);   // the frame's caption
 //   rec.chooseFile = fileDialogChooser(frame); // DataFileDialog.h; OpenDataFile(false)
 // start() opens both files, sets st.recording and installs the data-file sink;
-// end() clears both. Every tick of st.HTmr while recording rotates the files
-// when the hour or the day has changed; while st.HTmr is off ("From Device"
-// mode) each record checks that before it is written. Messages and the Retry/Cancel question
-// go through st.notifier().
+// end() clears both. Every record, and every tick of st.HTmr while
+// recording, rotates the files when the hour or the day has changed. What was
+// written is synced to the disk within a second, and at every rotation and
+// close. Messages and the Retry/Cancel question go through st.notifier().
 class DataRecorder : public QObject
 {
     Q_OBJECT
@@ -61,6 +62,7 @@ public:
     void CloseDataFiles();
     // New hourly file when the hour has changed, new daily file when the day has.
     void rotate();
+    void rotate(const QDateTime& now);
     // Appends the operator's comment, dated, to the day's text file; false
     // when no text file is open or it can't be written.
     bool WriteComment(const QString& text);
@@ -84,6 +86,7 @@ private:
     bool stillThere(QFile& f, const QString& path, QString* why);
     bool appendBytes(QFile& f, const QByteArray& bytes, QString* why);
     bool writeText(const QByteArray& line);
+    bool writeRecord(const QByteArray& reply, const QDateTime& now);
 
     Station& st_;
     QFile data_;
@@ -92,4 +95,5 @@ private:
     QString textPath_;
     QDateTime dataHour_; // date and hour the data file belongs to
     QDate textDay_;
+    QTimer sync_; // started by a write, syncs the files to the disk when it fires
 };

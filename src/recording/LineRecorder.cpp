@@ -12,6 +12,9 @@ using DataRecord::kAppend;
 
 LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {
+    sync_.setSingleShot(true);
+    sync_.setInterval(DataRecord::kSyncDelayMs);
+    connect(&sync_, &QTimer::timeout, this, &LineRecorder::syncAll);
     st_.lineSinks[Station::LineFileSink] = [this](const Station::LineReading& r) { write(r); };
 }
 
@@ -64,8 +67,18 @@ bool LineRecorder::start(const QList<int>& addresses)
     return st_.recording;
 }
 
+void LineRecorder::syncAll()
+{
+    for (auto& c : channels_) {
+        if (c)
+            DataRecord::syncToDisk(c->file);
+    }
+}
+
 void LineRecorder::end()
 {
+    sync_.stop();
+    syncAll();
     for (auto& c : channels_)
         c.reset();
     st_.recording = false;
@@ -93,6 +106,7 @@ bool LineRecorder::write(const Station::LineReading& r)
     if (c.hour.isValid() && hourOf(now) != c.hour) {
         // A new hour: the channel's file changes with it, as the single analyzer's does.
         const QString folder = QFileInfo(c.file.fileName()).absolutePath();
+        DataRecord::syncToDisk(c.file);
         c.file.close();
         c.file.setFileName(QDir(folder).filePath(DataRecord::lineFileName(now, r.address)));
         c.hour = hourOf(now);
@@ -110,5 +124,7 @@ bool LineRecorder::write(const Station::LineReading& r)
             0, QStringLiteral("%1: %2").arg(c.file.fileName(), c.file.errorString()));
         return false;
     }
+    if (!sync_.isActive())
+        sync_.start();
     return true;
 }

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QFile>
 #include <QObject>
+#include <QTimer>
 #include <array>
 #include <memory>
 
@@ -54,4 +55,6 @@ private:
 
     Station& st_;
     std::array<std::unique_ptr<Channel>, 256> channels_;
+    QTimer sync_; // started by a write, syncs the files to the disk when it fires
+    void syncAll();
 };

@@ -140,6 +140,12 @@ QByteArray CommPort::Input()
     return inputLen_ > 0 ? port_.read(inputLen_) : port_.readAll();
 }
 
+void CommPort::discardInput()
+{
+    if (port_.isOpen())
+        port_.readAll();
+}
+
 bool CommPort::Output(const QByteArray& bytes)
 {
     if (!port_.isOpen())
@@ -152,8 +158,15 @@ bool CommPort::Output(const QByteArray& bytes)
 
 void CommPort::onReadyRead()
 {
-    if (rThreshold_ > 0 && port_.isOpen() && port_.bytesAvailable() >= rThreshold_)
+    // Records that arrive together are delivered one event each: the event
+    // is raised again while enough bytes wait and the handler keeps taking
+    // them (one that takes nothing, as in "From Timer" mode, ends the round).
+    while (rThreshold_ > 0 && port_.isOpen() && port_.bytesAvailable() >= rThreshold_) {
+        const qint64 before = port_.bytesAvailable();
         raise(comEvReceive);
+        if (!port_.isOpen() || port_.bytesAvailable() >= before)
+            break;
+    }
 }
 
 void CommPort::onError(QSerialPort::SerialPortError error)

@@ -62,6 +62,8 @@ public:
     int InBufferCount() const;
     // Reads InputLen bytes (all waiting bytes when InputLen is 0).
     QByteArray Input();
+    // Throws away every byte waiting, whatever InputLen says.
+    void discardInput();
     // Writes the bytes at once; false when the port is closed or the write fails.
     bool Output(const QByteArray& bytes);
     int CommEvent() const { return commEvent_; }

@@ -6,23 +6,104 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
+#include <QStringDecoder>
+#include <algorithm>
+#include <iterator>
+#include <optional>
 
 namespace {
 
-constexpr int kReadBuffer = 128; // characters, including the terminating zero
+constexpr int kReadChars = 127; // the 128-character read buffer less its terminating zero
+
+constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
+constexpr char kNewFileEol[] = "\r\n";
+
+// Windows-1251 (Cyrillic), bytes 0x80..0xFF. 0x98 has no character and stands for U+0098,
+// as Windows decodes it.
+constexpr char16_t kCp1251[128] = {
+    0x0402, 0x0403, 0x201A, 0x0453, 0x201E, 0x2026, 0x2020, 0x2021, // 0x80
+    0x20AC, 0x2030, 0x0409, 0x2039, 0x040A, 0x040C, 0x040B, 0x040F, // 0x88
+    0x0452, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, // 0x90
+    0x0098, 0x2122, 0x0459, 0x203A, 0x045A, 0x045C, 0x045B, 0x045F, // 0x98
+    0x00A0, 0x040E, 0x045E, 0x0408, 0x00A4, 0x0490, 0x00A6, 0x00A7, // 0xA0
+    0x0401, 0x00A9, 0x0404, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x0407, // 0xA8
+    0x00B0, 0x00B1, 0x0406, 0x0456, 0x0491, 0x00B5, 0x00B6, 0x00B7, // 0xB0
+    0x0451, 0x2116, 0x0454, 0x00BB, 0x0458, 0x0405, 0x0455, 0x0457, // 0xB8
+    0x0410, 0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, // 0xC0: А..я
+    0x0418, 0x0419, 0x041A, 0x041B, 0x041C, 0x041D, 0x041E, 0x041F, //
+    0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427, //
+    0x0428, 0x0429, 0x042A, 0x042B, 0x042C, 0x042D, 0x042E, 0x042F, //
+    0x0430, 0x0431, 0x0432, 0x0433, 0x0434, 0x0435, 0x0436, 0x0437, //
+    0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F, //
+    0x0440, 0x0441, 0x0442, 0x0443, 0x0444, 0x0445, 0x0446, 0x0447, //
+    0x0448, 0x0449, 0x044A, 0x044B, 0x044C, 0x044D, 0x044E, 0x044F, //
+};
+
+QString fromCp1251(const QByteArray& bytes)
+{
+    QString s;
+    s.reserve(bytes.size());
+    for (const char c : bytes) {
+        const auto b = static_cast<unsigned char>(c);
+        s += QChar(b < 0x80 ? char16_t(b) : kCp1251[b - 0x80]);
+    }
+    return s;
+}
+
+// Empty when a character has no place in the code page.
+std::optional<QByteArray> toCp1251(const QString& s)
+{
+    QByteArray bytes;
+    bytes.reserve(s.size());
+    for (const QChar ch : s) {
+        if (ch.unicode() < 0x80) {
+            bytes += char(ch.unicode());
+            continue;
+        }
+        const auto* at = std::find(std::begin(kCp1251), std::end(kCp1251), ch.unicode());
+        if (at == std::end(kCp1251))
+            return std::nullopt;
+        bytes += char(0x80 + (at - std::begin(kCp1251)));
+    }
+    return bytes;
+}
+
+// Valid UTF-8 is taken as UTF-8 (plain ASCII is both); anything else was written on a
+// Windows PC in its 8-bit code page, taken as Windows-1251.
+std::optional<QString> fromUtf8(const QByteArray& bytes)
+{
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless |
+                                                    QStringConverter::Flag::ConvertInitialBom);
+    QString s = utf8(bytes);
+    if (utf8.hasError())
+        return std::nullopt;
+    return s;
+}
+
+QString decoded(const QByteArray& bytes)
+{
+    if (auto utf8 = fromUtf8(bytes))
+        return *utf8;
+    return fromCp1251(bytes);
+}
+
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
 
 QByteArray trimmedBlank(const QByteArray& s)
 {
-    int b = 0;
-    int e = s.size();
-    while (b < e && (s[b] == ' ' || s[b] == '\t'))
+    qsizetype b = 0;
+    qsizetype e = s.size();
+    while (b < e && isBlank(s[b]))
         ++b;
-    while (e > b && (s[e - 1] == ' ' || s[e - 1] == '\t' || s[e - 1] == '\r'))
+    while (e > b && isBlank(s[e - 1]))
         --e;
     return s.mid(b, e - b);
 }
 
-bool sameName(const QByteArray& a, const QByteArray& b)
+bool sameName(const QString& a, const QString& b)
 {
     return a.compare(b, Qt::CaseInsensitive) == 0;
 }
@@ -32,76 +113,93 @@ bool sameName(const QByteArray& a, const QByteArray& b)
 struct Line
 {
     QByteArray raw; // without the line ending
-    QByteArray section;
-    QByteArray key;
+    QByteArray eol; // "\r\n", "\n", "\r", or empty for a last line without one
+    QByteArray key; // as spelled in the file
     QByteArray value;
+    QString name; // of the section or the key, decoded
     bool isSection = false;
     bool isKey = false;
 };
 
-Line parseLine(const QByteArray& raw)
+Line parseLine(const QByteArray& raw, const QByteArray& eol)
 {
     Line l;
     l.raw = raw;
+    l.eol = eol;
     const QByteArray t = trimmedBlank(raw);
     if (t.startsWith('[')) {
-        const int close = t.indexOf(']');
+        const qsizetype close = t.indexOf(']');
         if (close > 0) {
             l.isSection = true;
-            l.section = trimmedBlank(t.mid(1, close - 1));
+            l.name = decoded(trimmedBlank(t.mid(1, close - 1)));
         }
         return l;
     }
-    const int eq = t.indexOf('=');
+    const qsizetype eq = t.indexOf('=');
     if (eq > 0) {
         l.isKey = true;
         l.key = trimmedBlank(t.left(eq));
         l.value = trimmedBlank(t.mid(eq + 1));
+        l.name = decoded(l.key);
     }
     return l;
 }
 
 struct Text
 {
+    QByteArray bom; // a UTF-8 byte-order mark the file starts with
     QList<Line> lines;
-    QByteArray eol = "\n";
-    bool endsWithEol = true;
+    QByteArray tail;     // DOS end-of-file marks (^Z) and NUL padding after the last line
+    bool legacy = false; // the file holds bytes that are not UTF-8: a Windows code page
 };
 
+// Lines end in CR LF, LF or CR, each line its own way; the bytes of every line, the
+// mark and the tail come back unchanged from save().
 Text load(const QString& path)
 {
     Text text;
-#ifdef Q_OS_WIN
-    text.eol = "\r\n";
-#endif
     QFile f(path);
     if (!f.open(QIODevice::ReadOnly))
         return text;
-    const QByteArray all = f.readAll();
-    if (all.isEmpty())
-        return text;
-    const int firstNl = all.indexOf('\n');
-    if (firstNl > 0 && all[firstNl - 1] == '\r')
-        text.eol = "\r\n";
-    else if (firstNl >= 0)
-        text.eol = "\n";
-    text.endsWithEol = all.endsWith('\n');
-    QByteArrayList parts = all.split('\n');
-    if (text.endsWithEol)
-        parts.removeLast();
-    for (QByteArray& p : parts) {
-        if (p.endsWith('\r'))
-            p.chop(1);
-        text.lines.append(parseLine(p));
+    QByteArray all = f.readAll();
+    if (all.startsWith(kUtf8Bom)) {
+        text.bom = kUtf8Bom;
+        all.remove(0, text.bom.size());
+    }
+    qsizetype n = all.size();
+    while (n > 0 && (all[n - 1] == '\x1A' || all[n - 1] == '\0'))
+        --n;
+    text.tail = all.mid(n);
+    all.truncate(n);
+    text.legacy = text.bom.isEmpty() && !fromUtf8(all);
+
+    qsizetype begin = 0;
+    while (begin < n) {
+        qsizetype end = begin;
+        while (end < n && all[end] != '\n' && all[end] != '\r')
+            ++end;
+        qsizetype eolSize = 0;
+        if (end < n)
+            eolSize = all[end] == '\r' && end + 1 < n && all[end + 1] == '\n' ? 2 : 1;
+        text.lines.append(parseLine(all.mid(begin, end - begin), all.mid(end, eolSize)));
+        begin = end + eolSize;
     }
     return text;
 }
 
+QByteArray save(const Text& text)
+{
+    QByteArray out = text.bom;
+    for (const Line& l : text.lines)
+        out += l.raw + l.eol;
+    return out + text.tail;
+}
+
 // Index range [first, end) of the lines that belong to a section, or first == -1.
-std::pair<int, int> findSection(const QList<Line>& lines, const QByteArray& section)
+std::pair<int, int> findSection(const QList<Line>& lines, const QString& section)
 {
     for (int i = 0; i < lines.size(); ++i) {
-        if (lines[i].isSection && sameName(lines[i].section, section)) {
+        if (lines[i].isSection && sameName(lines[i].name, section)) {
             int end = i + 1;
             while (end < lines.size() && !lines[end].isSection)
                 ++end;
@@ -109,6 +207,34 @@ std::pair<int, int> findSection(const QList<Line>& lines, const QByteArray& sect
         }
     }
     return {-1, -1};
+}
+
+int findKey(const QList<Line>& lines, int first, int end, const QString& key)
+{
+    for (int i = first; i < end; ++i) {
+        if (lines[i].isKey && sameName(lines[i].name, key))
+            return i;
+    }
+    return -1;
+}
+
+// New lines take the ending of the line before them. When that line had none (it
+// was the file's last), it gets the file's first ending, or CR LF in a file without one.
+void insertLines(Text& text, int at, const QByteArrayList& raws)
+{
+    QByteArray eol = kNewFileEol;
+    const auto withEol = std::find_if(text.lines.cbegin(), text.lines.cend(),
+                                      [](const Line& l) { return !l.eol.isEmpty(); });
+    if (withEol != text.lines.cend())
+        eol = withEol->eol;
+    if (at > 0) {
+        Line& before = text.lines[at - 1];
+        if (before.eol.isEmpty())
+            before.eol = eol;
+        eol = before.eol;
+    }
+    for (const QByteArray& raw : raws)
+        text.lines.insert(at++, parseLine(raw, eol));
 }
 
 QByteArray unquoted(const QByteArray& v)
@@ -140,66 +266,51 @@ QString iniPath(const QString& file)
 QString ReadIni(const QString& section, const QString& key, const QString& file)
 {
     const Text text = load(iniPath(file));
-    const QByteArray sec = section.toLocal8Bit();
-    const QByteArray k = key.toLocal8Bit();
-    const auto [first, end] = findSection(text.lines, sec);
-    if (first < 0)
+    const auto [first, end] = findSection(text.lines, section);
+    const int at = first < 0 ? -1 : findKey(text.lines, first, end, key);
+    if (at < 0)
         return {};
-    for (int i = first; i < end; ++i) {
-        const Line& l = text.lines[i];
-        if (l.isKey && sameName(l.key, k))
-            return QString::fromLocal8Bit(unquoted(l.value).left(kReadBuffer - 1));
-    }
-    return {};
+    QString value = decoded(unquoted(text.lines[at].value));
+    if (value.size() > kReadChars)
+        value.truncate(value[kReadChars - 1].isHighSurrogate() ? kReadChars - 1 : kReadChars);
+    return value;
 }
 
 bool WriteIni(const QString& section, const QString& key, const QString& value, const QString& file)
 {
     const QString path = iniPath(file);
     Text text = load(path);
-    const QByteArray sec = section.toLocal8Bit();
-    const QByteArray k = key.toLocal8Bit();
-    const QByteArray v = value.toLocal8Bit();
+    // A file kept in a Windows code page stays in it as long as the text fits.
+    const auto encoded = [&text](const QString& s) {
+        if (text.legacy) {
+            if (const auto cp = toCp1251(s))
+                return *cp;
+        }
+        return s.toUtf8();
+    };
+    const QByteArray v = encoded(value);
 
-    const auto [first, end] = findSection(text.lines, sec);
-    const int oldCount = int(text.lines.size());
-    bool lastLineNew = false; // a line added after the old last line needs its ending
+    const auto [first, end] = findSection(text.lines, section);
+    const int found = first < 0 ? -1 : findKey(text.lines, first, end, key);
     if (first < 0) {
-        lastLineNew = true;
-        text.lines.append(parseLine("[" + sec + "]"));
-        text.lines.append(parseLine(k + "=" + v));
+        insertLines(text, int(text.lines.size()),
+                    {"[" + encoded(section) + "]", encoded(key) + "=" + v});
+    } else if (found >= 0) {
+        // Keep the key's own spelling and the line's ending; only the value changes.
+        Line& l = text.lines[found];
+        l = parseLine(l.key + "=" + v, l.eol);
     } else {
-        int found = -1;
-        for (int i = first; i < end; ++i) {
-            if (text.lines[i].isKey && sameName(text.lines[i].key, k)) {
-                found = i;
-                break;
-            }
-        }
-        if (found >= 0) {
-            // Keep the key's own spelling; only the value changes.
-            text.lines[found] = parseLine(text.lines[found].key + "=" + v);
-        } else {
-            // After the section's last non-blank line, so blank separators stay below it.
-            int at = end;
-            while (at > first && trimmedBlank(text.lines[at - 1].raw).isEmpty())
-                --at;
-            lastLineNew = at == oldCount;
-            text.lines.insert(at, parseLine(k + "=" + v));
-        }
-    }
-
-    QByteArray out;
-    for (int i = 0; i < text.lines.size(); ++i) {
-        out += text.lines[i].raw;
-        if (i + 1 < text.lines.size() || text.endsWithEol || lastLineNew)
-            out += text.eol;
+        // After the section's last non-blank line, so blank separators stay below it.
+        int at = end;
+        while (at > first && trimmedBlank(text.lines[at - 1].raw).isEmpty())
+            --at;
+        insertLines(text, at, {encoded(key) + "=" + v});
     }
 
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile f(path);
     if (!f.open(QIODevice::WriteOnly))
         return false;
-    f.write(out);
+    f.write(save(text));
     return f.commit();
 }

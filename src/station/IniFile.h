@@ -9,6 +9,13 @@
 // missing key at the end of its section and a missing section at the end of
 // the file, and keeps every other byte of the file as it was.
 //
+// Lines may end in CR LF, LF or CR, mixed in one file; each keeps its own ending,
+// and an added line takes the ending of the line before it (CR LF in a new file).
+// A UTF-8 byte-order mark is understood and kept. Text that is valid UTF-8 is read
+// as UTF-8, any other as Windows-1251; in a file that is not UTF-8, a written
+// value stays in Windows-1251 when every character fits. DOS end-of-file marks
+// (^Z) and NUL bytes at the end of the file are not read and stay at its end.
+//
 // `file` is either a bare name, which lives in the settings folder
 // (iniFolder()), or a path.
 

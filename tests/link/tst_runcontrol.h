@@ -56,6 +56,43 @@ private Q_SLOTS:
         QCOMPARE(r.st.myComm.RThreshold(), 0);
     }
 
+    // Records that arrive together are each a reading; the checks still
+    // apply record by record.
+    void recordsTogether_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QList<double>>("values");
+        QByteArray ten;
+        QList<double> tenValues;
+        for (int i = 1; i <= 10; ++i) {
+            ten += QByteArray::number(i).rightJustified(5, '0') + "\n\r";
+            tenValues << i;
+        }
+        QTest::newRow("ten in one delivery") << ten << tenValues;
+        QTest::newRow("a letter drops that record only")
+            << QByteArray("00001\n\r00a02\n\r00003\n\r") << QList<double>{1, 3};
+        // Out of step: the rest of what waits is thrown away, and reading
+        // starts again with the next delivery.
+        QTest::newRow("out of step drops what waits")
+            << QByteArray("00001\n\r0002\n\r00003\n\r00004\n\r") << QList<double>{1};
+    }
+    void recordsTogether()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(QList<double>, values);
+        Rig r;
+        Run(r.st);
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
+        r.line.write(bytes);
+        QVERIFY(QTest::qWaitFor(
+            [&] { return r.values.size() >= values.size() && r.st.myComm.InBufferCount() == 0; },
+            2000));
+        // A record sent afterwards is the next reading: nothing else came between.
+        r.line.write("00099\n\r");
+        QVERIFY(QTest::qWaitFor([&] { return r.values.size() > values.size(); }, 2000));
+        QCOMPARE(r.values, values + QList<double>{99});
+    }
+
     void outOfStepFlushesInput()
     {
         Rig r;

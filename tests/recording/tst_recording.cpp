@@ -29,9 +29,10 @@ QByteArray recordLine(const char* counter, const QDateTime& t, const char* value
 
 enum Rotation
 {
-    Tick,
+    Tick,      // a reading, then the polling timer's tick
+    TickFirst, // the tick, then a reading
     Restart,
-    Record
+    Record // no polling timer
 };
 
 enum Fault
@@ -140,9 +141,12 @@ private Q_SLOTS:
             << QByteArray(
                    "Start=15/11/26\r\nStop-14:40:00\r\n\r\nStart=15/11/26\r\nStop-14:40:00\r\n\r\n")
             << QByteArray();
-        QTest::newRow("next hour")
+        QTest::newRow("next hour, reading before the tick")
             << QDateTime(d15, QTime(15, 0, 2)) << int(Tick) << "15h15_11.dat"
             << QByteArray("Start=15/11/26\r\nStop-15:00:02\r\n\r\n") << QByteArray();
+        QTest::newRow("next hour, tick before the reading")
+            << QDateTime(d15, QTime(15, 0, 0)) << int(TickFirst) << "15h15_11.dat"
+            << QByteArray("Start=15/11/26\r\nStop-15:00:00\r\n\r\n") << QByteArray();
         QTest::newRow("midnight") << QDateTime(QDate(2026, 11, 16), QTime(0, 0, 3)) << int(Tick)
                                   << "00h16_11.dat" << QByteArray("Start=15/11/26\r\n")
                                   << QByteArray("Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
@@ -160,14 +164,22 @@ private Q_SLOTS:
         const bool restart = how == Restart;
         RecordingRig rig;
         if (how != Record)
-            rig.st.HTmr.start(60000); // polling: only its ticks rotate
+            rig.st.HTmr.start(60000); // polling: its ticks rotate too
         QVERIFY(rig.rec.start());
         QCOMPARE(rig.rec.dataFilePath(), QDir::toNativeSeparators(rig.path("14h15_11.dat")));
         QCOMPARE(rig.rec.textFilePath(), QDir::toNativeSeparators(rig.path("15_11_26.txt")));
         rig.st.deliver(20, "00020\r");
         rig.now = next;
+        auto tick = [&] {
+            QSignalSpy ticks(&rig.st.HTmr, &QTimer::timeout);
+            rig.st.HTmr.start(5);
+            QVERIFY(QTest::qWaitFor([&] { return ticks.size() >= 2; }, 2000));
+            rig.st.HTmr.stop();
+        };
+        if (how == TickFirst)
+            tick();
         if (how != Record)
-            rig.st.deliver(21, "00021\r"); // before the tick: still the old file
+            rig.st.deliver(21, "00021\r");
         std::optional<DataRecorder> again;
         if (restart) {
             rig.rec.end();
@@ -175,24 +187,22 @@ private Q_SLOTS:
             again.emplace(rig.st).clock = rig.rec.clock;
             QVERIFY(again->start());
         } else if (how == Tick) {
-            QSignalSpy ticks(&rig.st.HTmr, &QTimer::timeout);
-            rig.st.HTmr.start(5);
-            QVERIFY(QTest::qWaitFor([&] { return ticks.size() >= 2; }, 2000));
-            rig.st.HTmr.stop();
+            tick();
         }
         DataRecorder& rec = restart ? *again : rig.rec;
         rig.st.deliver(22, "00022\r");
         QVERIFY(rec.dataFilePath().endsWith(dataName));
         rec.end();
-        if (how == Record) {
-            QCOMPARE(rig.file("14h15_11.dat"), kRec1);
-            QCOMPARE(rig.file(dataName), recordLine("00001", next, "00022"));
-        } else if (dataName == "14h15_11.dat") {
+        // Each hour's file holds exactly that hour's records, whatever the
+        // order of ticks and readings.
+        if (dataName == "14h15_11.dat") {
             QCOMPARE(rig.file(dataName), kRec1 + recordLine("00002", next, "00021") +
                                              recordLine("00003", next, "00022"));
         } else {
-            QCOMPARE(rig.file("14h15_11.dat"), kRec1 + recordLine("00002", next, "00021"));
-            QCOMPARE(rig.file(dataName), recordLine("00001", next, "00022"));
+            QCOMPARE(rig.file("14h15_11.dat"), kRec1);
+            QCOMPARE(rig.file(dataName), how == Record ? recordLine("00001", next, "00022")
+                                                       : recordLine("00001", next, "00021") +
+                                                             recordLine("00002", next, "00022"));
         }
         QTEST(rig.file("15_11_26.txt"), "day1");
         QTEST(rig.file("16_11_26.txt"), "day2");

@@ -83,18 +83,33 @@ void SettingsTest::lookup_data()
     QTest::addColumn<QString>("section");
     QTest::addColumn<QString>("key");
     QTest::addColumn<QString>("value");
-    QTest::newRow("case-insensitive") << QByteArray("[comports]\nncom=4\n") << "COMPORTS"
-                                      << "NCOM"
-                                      << "4";
-    QTest::newRow("blanks trimmed") << QByteArray("[A]\n  k  =  v 1  \n") << "a"
-                                    << "K"
-                                    << "v 1";
-    QTest::newRow("empty is absent") << QByteArray("[A]\nk=\n") << "A"
-                                     << "k" << QString();
-    QTest::newRow("other section") << QByteArray("[A]\n[B]\nk=2\n") << "A"
-                                   << "k" << QString();
-    QTest::newRow("127 characters") << QByteArray("[A]\nk=" + QByteArray(200, 'x') + "\n") << "A"
-                                    << "k" << QString(127, 'x');
+    const auto row = [](const char* name, const QByteArray& file, const QString& section,
+                        const QString& key, const QString& value) {
+        QTest::newRow(name) << file << section << key << value;
+    };
+    row("case-insensitive", "[comports]\nncom=4\n", "COMPORTS", "NCOM", "4");
+    row("blanks trimmed", "[A]\n  k  =  v 1  \n", "a", "K", "v 1");
+    row("empty is absent", "[A]\nk=\n", "A", "k", {});
+    row("other section", "[A]\n[B]\nk=2\n", "A", "k", {});
+    row("127 characters", "[A]\nk=" + QByteArray(200, 'x') + "\n", "A", "k", QString(127, 'x'));
+    row("127 UTF-8 characters", "[A]\nk=" + QByteArray("\xD0\xB4").repeated(200), "A", "k",
+        QString(127, QChar(0x0434)));
+    row("quotes removed", "[A]\nk = ' v 1 ' \n", "A", "k", " v 1 ");
+    row("unpaired quote kept", "[A]\nk=\"x'\n", "A", "k", "\"x'");
+    row("CRLF and LF mixed", "[A]\r\nj=1\nk=2\r\nl=3\n", "A", "k", "2");
+    row("CR only", "[B]\rk=1\r[A]\rj=1\rk=2\r", "A", "k", "2");
+    row("UTF-8 mark, first section", "\xEF\xBB\xBF[A]\r\nk=1\r\n", "A", "k", "1");
+    row("UTF-8 text", "[A]\nk=C:\\\xD0\x94\xD0\xB0\xD0\xBD\xD0\xBD\xD1\x8B\xD0\xB5\n", "A", "k",
+        QString::fromUtf8("C:\\Данные"));
+    row("Windows-1251 text", "[A]\nk=C:\\\xC4\xE0\xED\xED\xFB\xE5\n", "A", "k",
+        QString::fromUtf8("C:\\Данные"));
+    row("Windows-1251 signs", "[A]\nk=\xA8\xB8 \xB9\x39 20\xB0\n", "A", "k",
+        QString::fromUtf8("Ёё №9 20°"));
+    row("Windows-1251 names", "[\xF2\xE5\xF1\xF2]\n\xEA\xEB=1\n", QString::fromUtf8("ТЕСТ"),
+        QString::fromUtf8("КЛ"), "1");
+    row("^Z after value", "[A]\nk=1\x1A", "A", "k", "1");
+    row("^Z after line", "[A]\r\nk=1\r\n\x1A\x1A", "A", "k", "1");
+    row("NUL padding", QByteArrayLiteral("[A]\nk=1\0\0\0\0"), "A", "k", "1");
 }
 
 void SettingsTest::lookup()
@@ -110,25 +125,46 @@ void SettingsTest::lookup()
 void SettingsTest::write_data()
 {
     QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QString>("value");
     QTest::addColumn<QByteArray>("after");
-    QTest::newRow("replace in place")
-        << QByteArray("[S]\nA=1\nK=old\nB=2\n") << QByteArray("[S]\nA=1\nK=new\nB=2\n");
-    QTest::newRow("key spelling kept") << QByteArray("[s]\nk=old\n") << QByteArray("[s]\nk=new\n");
-    QTest::newRow("end of its section")
-        << QByteArray("[S]\nA=1\n\n[T]\nB=2\n") << QByteArray("[S]\nA=1\nK=new\n\n[T]\nB=2\n");
-    QTest::newRow("new section at end")
-        << QByteArray("[T]\nB=2") << QByteArray("[T]\nB=2\n[S]\nK=new\n");
-    QTest::newRow("new file") << QByteArray() << QByteArray("[S]\nK=new\n");
+    const auto row = [](const char* name, const QByteArray& before, const QString& value,
+                        const QByteArray& after) {
+        QTest::newRow(name) << before << value << after;
+    };
+    row("replace in place", "[S]\nA=1\nK=old\nB=2\n", "new", "[S]\nA=1\nK=new\nB=2\n");
+    row("key spelling kept", "[s]\nk=old\n", "new", "[s]\nk=new\n");
+    row("end of its section", "[S]\nA=1\n\n[T]\nB=2\n", "new", "[S]\nA=1\nK=new\n\n[T]\nB=2\n");
+    row("new section at end", "[T]\nB=2", "new", "[T]\nB=2\n[S]\nK=new\n");
+    row("new file", {}, "new", "[S]\r\nK=new\r\n");
+    row("file without line ending", "[T]", "new", "[T]\r\n[S]\r\nK=new\r\n");
+    row("each line its ending", "[S]\r\nA=1\nK=old\r\n[T]\nB=2\r\n", "new",
+        "[S]\r\nA=1\nK=new\r\n[T]\nB=2\r\n");
+    row("ending of the line before", "[S]\nA=1\r\n\n[T]\n", "new", "[S]\nA=1\r\nK=new\r\n\n[T]\n");
+    row("first ending after last line", "[T]\r\nB=2\nC=3", "new",
+        "[T]\r\nB=2\nC=3\r\n[S]\r\nK=new\r\n");
+    row("CR only", "[S]\rA=1\r[T]\rB=2\r", "new", "[S]\rA=1\rK=new\r[T]\rB=2\r");
+    row("UTF-8 mark kept", "\xEF\xBB\xBF[S]\r\nK=old\r\n", QString::fromUtf8("Ёж"),
+        "\xEF\xBB\xBF[S]\r\nK=\xD0\x81\xD0\xB6\r\n");
+    row("UTF-8 value", "[S]\nK=old\n", QString::fromUtf8("Ёж"), "[S]\nK=\xD0\x81\xD0\xB6\n");
+    row("Windows-1251 kept", "[P]\nD=\xC4\xE0\n[S]\nK=old\n", QString::fromUtf8("Ёж 20°"),
+        "[P]\nD=\xC4\xE0\n[S]\nK=\xA8\xE6 20\xB0\n");
+    row("Windows-1251 cannot hold it", "[P]\nD=\xC4\xE0\n", QString::fromUtf8("CO₂"),
+        "[P]\nD=\xC4\xE0\n[S]\nK=CO\xE2\x82\x82\n");
+    row("^Z kept at the end", "[T]\nB=2\x1A", "new", "[T]\nB=2\n[S]\nK=new\n\x1A");
+    row("NUL kept at the end", QByteArrayLiteral("[S]\r\nK=old\0\0"), "new",
+        QByteArrayLiteral("[S]\r\nK=new\0\0"));
 }
 
 void SettingsTest::write()
 {
     QFETCH(QByteArray, before);
+    QFETCH(QString, value);
     QFETCH(QByteArray, after);
     if (!before.isEmpty())
         writeFile(ini_, before);
-    QVERIFY(WriteIni("S", "K", "new", "Tervala.ini"));
+    QVERIFY(WriteIni("S", "K", value, "Tervala.ini"));
     QCOMPARE(readFile(ini_), after);
+    QCOMPARE(ReadIni("S", "K", "Tervala.ini"), value);
 }
 
 void SettingsTest::readSettings_data()
