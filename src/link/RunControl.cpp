@@ -1,5 +1,6 @@
 #include "link/RunControl.h"
 
+#include "link/PortWatch.h"
 #include "link/ProcessReply.h"
 #include "rs485/Waits.h"
 #include "station/Notifier.h"
@@ -40,6 +41,7 @@ void wireRunControl(Station& st)
 {
     QObject::connect(&st.myComm, &CommPort::OnComm, &st, [&st] { OnComm(st); });
     QObject::connect(&st.HTmr, &QTimer::timeout, &st, [&st] { HTmr_Timer(st); });
+    PortWatch::of(st);
 }
 
 void Run(Station& st)

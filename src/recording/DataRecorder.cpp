@@ -12,6 +12,15 @@ using DataRecord::kAppend;
 
 DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
 {
+    // A gap in the readings because the port was away shows in the day's file.
+    connect(&st_, &Station::portLost, this, [this](const QDateTime& at) {
+        if (st_.recording && !st_.rs485Mode)
+            writeText("Lost-" + at.toString(QStringLiteral("HH:mm:ss")).toLatin1() + "\r\n");
+    });
+    connect(&st_, &Station::portBack, this, [this](const QDateTime& at) {
+        if (st_.recording && !st_.rs485Mode)
+            writeText("Back-" + at.toString(QStringLiteral("HH:mm:ss")).toLatin1() + "\r\n");
+    });
     sync_.setSingleShot(true);
     sync_.setInterval(DataRecord::kSyncDelayMs);
     connect(&sync_, &QTimer::timeout, this, [this] {

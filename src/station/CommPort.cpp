@@ -180,6 +180,7 @@ void CommPort::onError(QSerialPort::SerialPortError error)
         if (port_.isOpen()) {
             port_.close();
             Q_EMIT openChanged(false);
+            Q_EMIT deviceLost();
         }
         raise(error == QSerialPort::ResourceError ? comEventDeviceGone : comEventReadError);
         break;

@@ -75,6 +75,8 @@ Q_SIGNALS:
     void OnComm();
     // The port was opened or closed (by a call or because the device vanished).
     void openChanged(bool open);
+    // The device vanished or the line failed; the port has been closed.
+    void deviceLost();
 
 private:
     void onReadyRead();

@@ -32,6 +32,9 @@ public:
     virtual int ask(const QString& text, int buttons, Icon icon = Icon::Question) = 0;
     // Text for a panel of the main status bar (panel 0 is the first).
     virtual void status(int panel, const QString& text) = 0;
+    // Something the operator must learn of without being stopped (the port
+    // lost and back): the first status panel with the windows, stderr without.
+    virtual void note(const QString& text) { status(0, text); }
 };
 
 // Prints everything to stderr; used by --headless, where nobody can answer a question.
@@ -41,6 +44,7 @@ public:
     void message(const QString& text, Icon icon = Icon::None) override;
     int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
     void status(int panel, const QString& text) override;
+    void note(const QString& text) override { message(text); }
 
     // Status texts are printed only when verbose; they change with every exchange.
     bool verbose = false;

@@ -3,6 +3,7 @@
 #include "station/CommPort.h"
 #include "station/DataFormat.h"
 
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -185,6 +186,9 @@ Q_SIGNALS:
     void lineEvent(int commEvent);
     void lineBusyChanged(bool busy);
     void rs485ModeChanged(bool on);
+    // The port's device went away, and came back (reopened by the station).
+    void portLost(const QDateTime& at);
+    void portBack(const QDateTime& at);
     void zeroChanged(int offset);
 
 private:

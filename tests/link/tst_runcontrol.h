@@ -5,10 +5,15 @@
 #include "RecordingNotifier.h"
 #include "link/ProcessReply.h"
 #include "link/RunControl.h"
+#include "recording/DataRecorder.h"
 #include "station/Station.h"
 
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
+#include <memory>
 
 class RunControlTest : public QObject
 {
@@ -166,6 +171,59 @@ private Q_SLOTS:
         QVERIFY(!r.st.running);
         QVERIFY(!r.st.HTmr.isActive());
         QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+    }
+
+    // A device path that vanishes and comes back (a USB adapter pulled and
+    // plugged in again): the station opens it again by itself, starts the
+    // stream again, and the day's file shows the gap.
+    void portComesBack()
+    {
+        QTemporaryDir dir;
+        const QString link = dir.filePath(QStringLiteral("ttyUSB0"));
+        auto first = std::make_unique<Pty>();
+        QVERIFY(QFile::link(first->slavePath(), link));
+        RecordingNotifier n;
+        Station st(n);
+        wireRunControl(st);
+        st.portName = link;
+        st.applyPortSettings();
+        st.synchroFromTimer = false;
+        st.dataFolder = dir.path();
+        DataRecorder recorder(st);
+        QList<double> values;
+        st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray&) { values << v; };
+        Run(st);
+        QVERIFY(recorder.start());
+        QCOMPARE(first->read(6, 2000), QByteArray("XDAT?\r"));
+        first->write("00001\n\r");
+        QVERIFY(QTest::qWaitFor([&] { return values.size() == 1; }, 2000));
+
+        first->closeMaster(); // pulled
+        first.reset();
+        QFile::remove(link);
+        QVERIFY(QTest::qWaitFor([&] { return !st.myComm.PortOpen(); }, 2000));
+        QVERIFY(n.statuses.filter(QStringLiteral("lost")).size() == 1);
+        QTest::qWait(1500); // a few tries find nothing
+
+        Pty second; // plugged in again, under the same name
+        QVERIFY(QFile::link(second.slavePath(), link));
+        QElapsedTimer back;
+        back.start();
+        QCOMPARE(second.read(6, 3000), QByteArray("XDAT?\r"));
+        QVERIFY(back.elapsed() < 3000);
+        second.write("00002\n\r");
+        QVERIFY(QTest::qWaitFor([&] { return values.size() == 2; }, 2000));
+        QCOMPARE(values, (QList<double>{1, 2}));
+        recorder.end();
+        QFile day(recorder.textFilePath().isEmpty()
+                      ? dir.filePath(QDate::currentDate().toString("dd_MM_yy") + ".txt")
+                      : recorder.textFilePath());
+        QVERIFY(day.open(QIODevice::ReadOnly));
+        const QByteArray marks = day.readAll();
+        QVERIFY2(marks.contains("\r\nLost-") && marks.contains("\r\nBack-"), marks.constData());
+        QFile data(dir.filePath(QDir(dir.path()).entryList({"*.dat"}).value(0)));
+        QVERIFY(data.open(QIODevice::ReadOnly));
+        QCOMPARE(data.readAll().count('\n'), 2);
     }
 
     void pulledDeviceKeepsRunning()
