@@ -8,9 +8,12 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
@@ -135,7 +138,17 @@ void frmCOM::fillPortNames()
     if (!st_.simulatorTty.isEmpty())
         cmbPortName_->addItem(QStringLiteral("Simulator (%1)").arg(st_.simulatorTty),
                               st_.simulatorTty);
+    // The stable names the system gives USB adapters: a by-id name stays the
+    // same when the adapter comes back as another ttyUSBn, so the station
+    // finds it again after an unplug.
+    QHash<QString, QString> byId;
+    const QDir ids(QStringLiteral("/dev/serial/by-id"));
+    for (const QFileInfo& f : ids.entryInfoList(QDir::System | QDir::Files | QDir::NoDotAndDotDot))
+        byId.insert(f.canonicalFilePath(), f.absoluteFilePath());
     for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) {
+        if (const QString stable = byId.value(info.systemLocation()); !stable.isEmpty())
+            cmbPortName_->addItem(QStringLiteral("%1 (%2)").arg(stable, info.systemLocation()),
+                                  stable);
         const QString text =
             info.description().isEmpty()
                 ? info.systemLocation()
