@@ -1,13 +1,12 @@
 #include "link/PortWatch.h"
 
+#include "link/RunControl.h"
 #include "station/Notifier.h"
 #include "station/Station.h"
 
 #include <QDateTime>
 
 namespace {
-constexpr int kStreamThreshold = 7;
-
 QString clockText(const QDateTime& t)
 {
     return t.toString(QStringLiteral("dd/MM/yy HH:mm:ss"));
@@ -54,12 +53,7 @@ void PortWatch::tryAgain()
     st_.notifier().note(
         QStringLiteral("%1: port %2 back").arg(clockText(now), st_.myComm.deviceName()));
     Q_EMIT st_.portBack(now);
-    if (st_.running && !st_.rs485Mode) {
-        // The analyzer may have lost power with the adapter: start its stream again.
-        CommPort& port = st_.myComm;
-        port.setRThreshold(0);
-        port.Output(QByteArrayLiteral("XDAT?\r"));
-        port.setInputLen(st_.format.valueLength() + 2);
-        port.setRThreshold(kStreamThreshold);
-    }
+    // The analyzer may have lost power with the adapter: start its stream again.
+    if (st_.running && !st_.rs485Mode)
+        StartStream(st_);
 }

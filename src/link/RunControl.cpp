@@ -1,5 +1,6 @@
 #include "link/RunControl.h"
 
+#include "link/DataWatch.h"
 #include "link/PortWatch.h"
 #include "link/ProcessReply.h"
 #include "rs485/Waits.h"
@@ -42,6 +43,7 @@ void wireRunControl(Station& st)
     QObject::connect(&st.myComm, &CommPort::OnComm, &st, [&st] { OnComm(st); });
     QObject::connect(&st.HTmr, &QTimer::timeout, &st, [&st] { HTmr_Timer(st); });
     PortWatch::of(st);
+    DataWatch::of(st);
 }
 
 void Run(Station& st)
@@ -67,6 +69,15 @@ void Run(Station& st)
     // One record per receive event, however many arrive together.
     st.myComm.setInputLen(st.format.valueLength() + 2);
     st.myComm.setRThreshold(kStreamThreshold);
+}
+
+void StartStream(Station& st)
+{
+    CommPort& port = st.myComm;
+    port.setRThreshold(0);
+    port.Output(QByteArrayLiteral("XDAT?\r"));
+    port.setInputLen(st.format.valueLength() + 2);
+    port.setRThreshold(kStreamThreshold);
 }
 
 bool RunWork485(Station& st)

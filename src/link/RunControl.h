@@ -16,6 +16,10 @@ void wireRunControl(Station& st);
 // receive event.
 void Run(Station& st);
 
+// Starts the single analyzer's stream again on an open port: "XDAT?" with
+// receive events off, then one record per receive event.
+void StartStream(Station& st);
+
 // The start routine: polling timer per synchro mode, port reopened with the
 // frame length reset to 6, and, when auto-detection is on, the marker and
 // record length measured from two frames of the live stream ("Time Out" when

@@ -3,6 +3,7 @@
 
 #include "Pty.h"
 #include "RecordingNotifier.h"
+#include "link/DataWatch.h"
 #include "link/ProcessReply.h"
 #include "link/RunControl.h"
 #include "recording/DataRecorder.h"
@@ -224,6 +225,28 @@ private Q_SLOTS:
         QFile data(dir.filePath(QDir(dir.path()).entryList({"*.dat"}).value(0)));
         QVERIFY(data.open(QIODevice::ReadOnly));
         QCOMPARE(data.readAll().count('\n'), 2);
+    }
+
+    // A silent analyzer is reported, asked again, and then its port is opened anew.
+    void silenceIsNoticed()
+    {
+        Rig r;
+        DataWatch::of(r.st).limitMs = 300;
+        QList<bool> opened;
+        QObject::connect(&r.st.myComm, &CommPort::openChanged, [&](bool on) { opened << on; });
+        Run(r.st);
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
+        opened.clear();
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r")); // asked again
+        QCOMPARE(r.n.statuses.filter(QStringLiteral("no data since")).size(), 1);
+        QVERIFY(opened.isEmpty());
+        QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r")); // after the port was reopened
+        QCOMPARE(opened, (QList<bool>{false, true}));
+        r.line.write("00005\n\r");
+        QVERIFY(QTest::qWaitFor([&] { return r.values == QList<double>{5}; }, 2000));
+        QVERIFY(
+            QTest::qWaitFor([&] { return !r.n.statuses.filter("data again").isEmpty(); }, 2000));
+        QCOMPARE(r.line.readAll(400), QByteArray()); // and nothing more is asked
     }
 
     void pulledDeviceKeepsRunning()
