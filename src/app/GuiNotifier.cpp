@@ -38,9 +38,30 @@ void GuiNotifier::setPanels(const QList<QLabel*>& panels)
 
 void GuiNotifier::message(const QString& text, Icon icon)
 {
-    QMessageBox box(boxIcon(icon), QApplication::applicationDisplayName(), text, QMessageBox::Ok,
-                    parent_);
-    box.exec();
+    // Shown without waiting for OK: a message raised on the reading path must
+    // not hold up the readings behind it. The same text already on screen is
+    // brought forward instead of stacking a second box.
+    if (QPointer<QMessageBox> open = open_.value(text)) {
+        open->raise();
+        return;
+    }
+    auto* box = new QMessageBox(boxIcon(icon), QApplication::applicationDisplayName(), text,
+                                QMessageBox::Ok, parent_);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    open_.insert(text, box);
+    QObject::connect(box, &QObject::destroyed, box, [this, text] { open_.remove(text); });
+    box->show();
+}
+
+QList<QMessageBox*> GuiNotifier::openMessages() const
+{
+    QList<QMessageBox*> out;
+    for (const QPointer<QMessageBox>& b : open_) {
+        if (b)
+            out << b;
+    }
+    return out;
 }
 
 int GuiNotifier::ask(const QString& text, int buttons, Icon icon)

@@ -2,10 +2,12 @@
 
 #include "station/Notifier.h"
 
+#include <QHash>
 #include <QList>
 #include <QPointer>
 
 class QLabel;
+class QMessageBox;
 class QWidget;
 
 // Message boxes and status-bar panels for the windowed station.
@@ -19,7 +21,11 @@ public:
     int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
     void status(int panel, const QString& text) override;
 
+    // The message boxes on screen (a text is shown once however often it comes).
+    QList<QMessageBox*> openMessages() const;
+
 private:
+    QHash<QString, QPointer<QMessageBox>> open_;
     QPointer<QWidget> parent_;
     QList<QPointer<QLabel>> panels_;
 };

@@ -11,16 +11,16 @@ SampleArrays::Step SampleArrays::addPoint(qint32 value, double when, Notifier& n
 {
     Step step = Step::Appended;
     if (count_ >= n_) {
-        if (shiftBlocked_)
-            return Step::Refused;
         // The time array is shifted only with the values, so both keep step.
-        if (!shiftArray(values_, notifier)) {
+        // A screen that can't be shifted says so once and is drawn over.
+        if (!shiftBlocked_ && shiftArray(values_, notifier)) {
+            shiftArrayA(times_);
+            step = Step::Shifted;
+        } else {
             shiftBlocked_ = true;
-            return Step::Refused;
+            step = Step::Unshifted;
         }
-        shiftArrayA(times_);
         count_ = keepAfterShift(n_);
-        step = Step::Shifted;
     }
     values_.at(0, count_) = value;
     times_[std::size_t(count_)] = when;

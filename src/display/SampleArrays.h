@@ -15,15 +15,16 @@ public:
     // What adding a point did.
     enum class Step
     {
-        Appended, // stored after the points held
-        Shifted,  // the screen was full: the oldest fifth was dropped first
-        Refused,  // the screen is full and can't be shifted (N not a multiple of 5)
+        Appended,  // stored after the points held
+        Shifted,   // the screen was full: the oldest fifth was dropped first
+        Unshifted, // the screen was full and can't be shifted (N not a multiple of 5)
     };
 
     // Stores `value` in component row 0 and `when` in the time array at the
     // point count, shifting first when the screen is full. A failed shift is
-    // reported once ("Bad Bound if Array"); later points are refused silently
-    // until the X scale changes.
+    // reported once ("Bad Bound if Array", until the X scale changes); the
+    // arrays then keep their contents, the point count goes back to the four
+    // fifths mark and the point is stored there, so the trace keeps drawing.
     Step addPoint(qint32 value, double when, Notifier& notifier);
 
     // Changes N. Both arrays keep what still fits; when N is not greater than

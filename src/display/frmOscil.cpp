@@ -208,8 +208,7 @@ bool frmOscil::storePoint(qint32 value)
     // The zero offset may have changed since the last point: the trace is then redrawn.
     pict_->setTransform(transform());
     switch (arrays_.addPoint(value, currentOleDate(), station_.notifier())) {
-    case SampleArrays::Step::Refused:
-        return false;
+    case SampleArrays::Step::Unshifted:
     case SampleArrays::Step::Shifted:
         // The retained four fifths and the new point are drawn afresh.
         pict_->redrawAll();

@@ -37,6 +37,7 @@ private Q_SLOTS:
     void zeroWhileStreaming();
     void runButtonFollowsRunning();
     void preSetRecordsGraphPlaces();
+    void messagesDoNotStopReadings();
 
 private:
     std::unique_ptr<QTemporaryDir> dir_;

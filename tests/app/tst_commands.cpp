@@ -2,8 +2,11 @@
 // zero keys and their entry box, and the Run button when Run can't start.
 #include "Pty.h"
 #include "RecordingNotifier.h"
+#include "alarms/AlarmCheck.h"
+#include "app/GuiNotifier.h"
 #include "app/MDIFrm.h"
 #include "app/twips.h"
+#include "recording/DataRecorder.h"
 #include "sim/AnalyzerSim.h"
 #include "station/IniFile.h"
 #include "station/Station.h"
@@ -15,6 +18,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiSubWindow>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -210,4 +214,34 @@ void CommandPanelTest::preSetRecordsGraphPlaces()
     QCOMPARE(ReadIni("POSITIONS", "W1X2", "Tervala.ini"), QString::number(toTwips(g.width())));
     const QRect a = qobject_cast<QMdiSubWindow*>(f.addedGraph()->parentWidget())->geometry();
     QCOMPARE(ReadIni("POSITIONS", "W2Y1", "Tervala.ini"), QString::number(toTwips(a.y())));
+}
+
+// A message raised on the reading path is shown without waiting: readings go
+// on reaching the data file and the alarms while it is on screen, and the
+// same text comes up once.
+void CommandPanelTest::messagesDoNotStopReadings()
+{
+    GuiNotifier n;
+    Station st(n);
+    st.dataFolder = dir_->path();
+    DataRecorder recorder(st);
+    AlarmCheck alarms(st);
+    QVERIFY(recorder.start());
+    st.sinks[Station::MainGraphSink] = [&](double, const QByteArray&) {
+        n.message(QStringLiteral("Bad Bound if Array"));
+    };
+    for (int i = 0; i < 20; ++i)
+        st.deliver(90, "00090\r"); // above both thresholds
+    n.message(QStringLiteral("another"));
+    QCOMPARE(n.openMessages().size(), 2);
+    QVERIFY(alarms.secondLogged());
+    recorder.end();
+    QFile dat(recorder.dataFilePath().isEmpty()
+                  ? QDir(dir_->path()).filePath(QDir(dir_->path()).entryList({"*.dat"}).value(0))
+                  : recorder.dataFilePath());
+    QVERIFY(dat.open(QIODevice::ReadOnly));
+    QCOMPARE(dat.readAll().count('\n'), 20);
+    for (QMessageBox* b : n.openMessages())
+        b->close();
+    QTRY_VERIFY(n.openMessages().isEmpty());
 }

@@ -55,12 +55,16 @@ private Q_SLOTS:
         SampleArrays a(7);
         fill(a, 7);
         RecordingNotifier n;
-        QCOMPARE(a.addPoint(7777, 50000.0, n), SampleArrays::Step::Refused);
-        // Later points are refused without a message box per reading.
-        QCOMPARE(a.addPoint(8888, 50001.0, n), SampleArrays::Step::Refused);
-        QCOMPARE(n.messages, QStringList{"Bad Bound if Array"});
+        // keep = round(round(7 * 4.0) / 5) = 6: the point goes over index 6,
+        // and the trace keeps drawing; the message comes once.
+        QCOMPARE(a.addPoint(7777, 50000.0, n), SampleArrays::Step::Unshifted);
         QCOMPARE(a.pointCount(), 7);
-        for (int p = 0; p < 7; ++p) {
+        QCOMPARE(a.value(6), 7777);
+        QCOMPARE(a.addPoint(8888, 50001.0, n), SampleArrays::Step::Unshifted);
+        QCOMPARE(a.value(6), 8888);
+        QCOMPARE(a.time(6), 50001.0);
+        QCOMPARE(n.messages, QStringList{"Bad Bound if Array"});
+        for (int p = 0; p < 6; ++p) {
             QCOMPARE(a.value(p), cell(0, p));
             QCOMPARE(a.time(p), 40000.0 + p);
         }

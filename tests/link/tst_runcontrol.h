@@ -230,9 +230,9 @@ private Q_SLOTS:
     // A silent analyzer is reported, asked again, and then its port is opened anew.
     void silenceIsNoticed()
     {
+        QList<bool> opened; // outlives the station, which closes its port as it goes
         Rig r;
         DataWatch::of(r.st).limitMs = 300;
-        QList<bool> opened;
         QObject::connect(&r.st.myComm, &CommPort::openChanged, [&](bool on) { opened << on; });
         Run(r.st);
         QCOMPARE(r.line.read(6, 2000), QByteArray("XDAT?\r"));
