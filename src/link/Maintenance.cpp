@@ -55,17 +55,12 @@ CommandReply ProcessZEPB(Station& st, const QByteArray& command, AnswerEnd end, 
                                     .arg(readableBytes(command)));
         return r;
     }
-    const bool streaming = st.running && !st.rs485Mode;
     QByteArray firstRecord;
     r.answer = CollectReply(
         st, kCommandTimeoutMs,
-        [&](const StreamSplitter& s) {
-            if (firstRecord.isEmpty() && s.recordsSeen() > 0)
-                firstRecord = s.firstRecord();
-            return answerComplete(s, end, count);
-        },
-        &r.answered);
-    if (end == AnswerEnd::Record && streaming && r.answer.isEmpty())
+        [&](const StreamSplitter& s) { return answerComplete(s, end, count); }, &r.answered,
+        &firstRecord);
+    if (end == AnswerEnd::Record && r.answer.isEmpty() && !firstRecord.isEmpty())
         r.answer = firstRecord; // the stream already took it to the reading path
     else if (end == AnswerEnd::Record && r.answered)
         ProcessRecord(st, r.answer);

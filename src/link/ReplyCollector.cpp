@@ -101,7 +101,8 @@ QList<QByteArray> StreamSplitter::takeRecords()
 }
 
 QByteArray CollectReply(Station& st, int timeoutMs,
-                        const std::function<bool(const StreamSplitter&)>& complete, bool* completed)
+                        const std::function<bool(const StreamSplitter&)>& complete, bool* completed,
+                        QByteArray* firstRecord)
 {
     const bool streaming = st.running && !st.rs485Mode;
     StreamSplitter split(st.format, streaming);
@@ -121,5 +122,7 @@ QByteArray CollectReply(Station& st, int timeoutMs,
     split.finish();
     if (completed)
         *completed = done;
+    if (firstRecord)
+        *firstRecord = split.firstRecord();
     return split.answer();
 }

@@ -49,8 +49,9 @@ private:
 // reading the port as bytes come (the caller holds a LineExchange). Records
 // that stream in meanwhile are readings: in "From Device" mode they go on to
 // the reading path, in "From Timer" mode they are stale like every streamed
-// record there. Returns the answer's bytes; *complete tells whether
-// `complete` became true before the time limit or the exit flag.
+// record there. Returns the answer's bytes; *completed tells whether
+// `complete` became true before the time limit or the exit flag, and
+// *firstRecord is the first record that streamed in meanwhile (empty for none).
 QByteArray CollectReply(Station& st, int timeoutMs,
                         const std::function<bool(const StreamSplitter&)>& complete,
-                        bool* completed = nullptr);
+                        bool* completed = nullptr, QByteArray* firstRecord = nullptr);

@@ -31,6 +31,13 @@ void stopDeviceTimer(Station& st)
     }
 }
 
+// One record per receive event, however many arrive together.
+void receiveRecords(Station& st)
+{
+    st.myComm.setInputLen(st.format.valueLength() + 2);
+    st.myComm.setRThreshold(kStreamThreshold);
+}
+
 void setRunning(Station& st, bool on)
 {
     st.running = on;
@@ -66,9 +73,7 @@ void Run(Station& st)
     st.myComm.Output(QByteArrayLiteral("XDAT?\r"));
     setRunning(st, true);
     RunWork(st);
-    // One record per receive event, however many arrive together.
-    st.myComm.setInputLen(st.format.valueLength() + 2);
-    st.myComm.setRThreshold(kStreamThreshold);
+    receiveRecords(st);
 }
 
 void StartStream(Station& st)
@@ -76,8 +81,7 @@ void StartStream(Station& st)
     CommPort& port = st.myComm;
     port.setRThreshold(0);
     port.Output(QByteArrayLiteral("XDAT?\r"));
-    port.setInputLen(st.format.valueLength() + 2);
-    port.setRThreshold(kStreamThreshold);
+    receiveRecords(st);
 }
 
 bool RunWork485(Station& st)
