@@ -64,20 +64,46 @@ QList<QMessageBox*> GuiNotifier::openMessages() const
     return out;
 }
 
-int GuiNotifier::ask(const QString& text, int buttons, Icon icon)
+namespace {
+QMessageBox::StandardButtons boxButtons(int buttons)
 {
     QMessageBox::StandardButtons std;
     for (const auto& [ours, theirs] : kButtons) {
         if (buttons & ours)
             std |= theirs;
     }
-    QMessageBox box(boxIcon(icon), QApplication::applicationDisplayName(), text, std, parent_);
-    const int chosen = box.exec();
+    return std;
+}
+
+// The button chosen; a box closed otherwise (Esc, the close box) counts as
+// Cancel when offered.
+int ourButton(int chosen, int buttons)
+{
     for (const auto& [ours, theirs] : kButtons) {
         if (chosen == theirs)
             return ours;
     }
-    return (buttons & Cancel) ? Cancel : Ok;
+    return (buttons & Notifier::Cancel) ? Notifier::Cancel : Notifier::Ok;
+}
+} // namespace
+
+int GuiNotifier::ask(const QString& text, int buttons, Icon icon)
+{
+    QMessageBox box(boxIcon(icon), QApplication::applicationDisplayName(), text,
+                    boxButtons(buttons), parent_);
+    return ourButton(box.exec(), buttons);
+}
+
+void GuiNotifier::askLater(const QString& text, int buttons, const Answer& answered, Icon icon)
+{
+    auto* box = new QMessageBox(boxIcon(icon), QApplication::applicationDisplayName(), text,
+                                boxButtons(buttons), parent_);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setModal(false);
+    QObject::connect(box, &QMessageBox::finished, box, [box, answered, buttons] {
+        answered(ourButton(box->standardButton(box->clickedButton()), buttons));
+    });
+    box->show();
 }
 
 void GuiNotifier::status(int panel, const QString& text)

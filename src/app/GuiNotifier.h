@@ -19,6 +19,8 @@ public:
 
     void message(const QString& text, Icon icon = Icon::None) override;
     int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
+    void askLater(const QString& text, int buttons, const Answer& answered,
+                  Icon icon = Icon::Question) override;
     void status(int panel, const QString& text) override;
 
     // The message boxes on screen (a text is shown once however often it comes).

@@ -1,5 +1,7 @@
 #include "recording/DataRecord.h"
 
+#include <QFileInfo>
+
 #include <QFile>
 #ifdef Q_OS_UNIX
 #include <unistd.h>
@@ -34,6 +36,50 @@ bool syncToDisk(QFile& f)
 #else
     return f.flush();
 #endif
+}
+
+bool reopenIfGone(QFile& f, const QString& path, QString* why)
+{
+    if (f.isOpen() && QFileInfo::exists(path))
+        return true;
+    f.close();
+    f.setFileName(path);
+    if (f.open(kAppend))
+        return true;
+    *why = f.errorString();
+    return false;
+}
+
+bool appendWhole(QFile& f, const QByteArray& bytes, QString* why)
+{
+    const qint64 at = f.isSequential() ? -1 : f.size();
+    qint64 done = 0;
+    // A short write is followed by another, which reports the reason.
+    while (done < bytes.size()) {
+        const qint64 n = f.write(bytes.constData() + done, bytes.size() - done);
+        if (n <= 0)
+            break;
+        done += n;
+    }
+    if (done == bytes.size() && f.flush())
+        return true;
+    *why = f.errorString();
+    f.unsetError();
+    if (done > 0 && at >= 0)
+        f.resize(at);
+    return false;
+}
+
+bool appendToPath(const QString& path, const QByteArray& bytes, QString* why)
+{
+    QFile f(path);
+    if (!f.open(kAppend)) {
+        *why = f.errorString();
+        return false;
+    }
+    const bool ok = appendWhole(f, bytes, why);
+    syncToDisk(f);
+    return ok;
 }
 
 QString dataFileName(const QDateTime& t)

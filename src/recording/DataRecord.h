@@ -19,6 +19,16 @@ inline constexpr QIODevice::OpenMode kAppend =
 bool syncToDisk(QFile& f);
 inline constexpr int kSyncDelayMs = 1000; // written records reach the disk within this
 
+// Opens `f` at `path` again when the file or its folder has gone away
+// (deleted, unmounted): what is written to the old handle would vanish with
+// it. False, with the reason, when it can't be opened.
+bool reopenIfGone(QFile& f, const QString& path, QString* why);
+// Appends all of `bytes` to `f` and flushes; on failure cuts off what part
+// of them went in, so no half record stays, and gives the reason.
+bool appendWhole(QFile& f, const QByteArray& bytes, QString* why);
+// Appends to the file at `path`, opened for this write and synced.
+bool appendToPath(const QString& path, const QByteArray& bytes, QString* why);
+
 // The start of the hour of `t`: the hour a data file belongs to.
 inline QDateTime hourOf(const QDateTime& t)
 {

@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QPointer>
 
 using DataRecord::hourOf;
 using DataRecord::kAppend;
@@ -45,23 +46,24 @@ QString DataRecorder::folderPath(const QString& name) const
     return QDir::toNativeSeparators(QDir(folder).filePath(name));
 }
 
-bool DataRecorder::openFile(QFile& f, const QString& path)
+bool DataRecorder::openFile(QFile& f, const QString& path, bool report)
 {
     DataRecord::syncToDisk(f);
     f.close();
     f.setFileName(path);
     if (f.open(kAppend))
         return true;
-    st_.notifier().message(QStringLiteral("%1: %2").arg(path, f.errorString()),
-                           Notifier::Icon::Exclamation);
+    if (report)
+        st_.notifier().message(QStringLiteral("%1: %2").arg(path, f.errorString()),
+                               Notifier::Icon::Exclamation);
     f.setFileName(QString());
     return false;
 }
 
-bool DataRecorder::openData(const QString& path)
+bool DataRecorder::openData(const QString& path, bool report)
 {
     const int last = DataRecord::lastNumber(path);
-    if (!openFile(data_, path))
+    if (!openFile(data_, path, report))
         return false;
     dataPath_ = path;
     // Appending goes on with the file's own numbering; a new file counts from 1.
@@ -118,41 +120,14 @@ bool DataRecorder::OpenTextFile()
     return writeText(DataRecord::startLine(now));
 }
 
-bool DataRecorder::stillThere(QFile& f, const QString& path, QString* why)
+bool DataRecorder::appendBytes(QFile& f, const QString& path, const QByteArray& bytes,
+                               QString* why)
 {
-    if (f.isOpen() && QFileInfo::exists(path))
-        return true;
-    // The file or its folder went away (deleted, unmounted): what is written
-    // to the old handle would vanish with it, so the path is opened again.
-    f.close();
-    f.setFileName(path);
-    if (f.open(kAppend))
-        return true;
-    *why = f.errorString();
-    return false;
-}
-
-bool DataRecorder::appendBytes(QFile& f, const QByteArray& bytes, QString* why)
-{
-    const qint64 at = f.isSequential() ? -1 : f.size();
-    qint64 done = 0;
-    // A short write is followed by another, which reports the reason.
-    while (done < bytes.size()) {
-        const qint64 n = f.write(bytes.constData() + done, bytes.size() - done);
-        if (n <= 0)
-            break;
-        done += n;
-    }
-    if (done == bytes.size() && f.flush()) {
-        if (!sync_.isActive())
-            sync_.start();
-        return true;
-    }
-    *why = f.errorString();
-    f.unsetError();
-    if (done > 0 && at >= 0)
-        f.resize(at); // no half record stays behind
-    return false;
+    if (!DataRecord::reopenIfGone(f, path, why) || !DataRecord::appendWhole(f, bytes, why))
+        return false;
+    if (!sync_.isActive())
+        sync_.start();
+    return true;
 }
 
 bool DataRecorder::writeText(const QByteArray& line)
@@ -160,7 +135,7 @@ bool DataRecorder::writeText(const QByteArray& line)
     if (textPath_.isEmpty())
         return false;
     QString why;
-    if (stillThere(text_, textPath_, &why) && appendBytes(text_, line, &why))
+    if (appendBytes(text_, textPath_, line, &why))
         return true;
     st_.notifier().message(QStringLiteral("%1: %2").arg(textPath_, why),
                            Notifier::Icon::Exclamation);
@@ -176,20 +151,78 @@ bool DataRecorder::writeRecord(const QByteArray& reply, const QDateTime& now)
 {
     if (dataPath_.isEmpty() || reply.isEmpty())
         return false;
-    const QByteArray r =
-        DataRecord::bytes(st_.recordCounter, now, reply, st_.zeroPosition, st_.limit1, st_.limit2);
-    for (;;) {
-        QString why;
-        if (stillThere(data_, dataPath_, &why) && appendBytes(data_, r, &why)) {
-            ++st_.recordCounter;
-            return true;
-        }
-        const int answer =
-            st_.notifier().ask(QStringLiteral("%1: %2").arg(dataPath_, why),
-                               Notifier::Retry | Notifier::Cancel, Notifier::Icon::Critical);
-        if (answer != Notifier::Retry)
-            return false;
+    held_.push_back({dataPath_, DataRecord::bytes(st_.recordCounter++, now, reply,
+                                                  st_.zeroPosition, st_.limit1, st_.limit2)});
+    if (held_.size() > size_t(kHeldMax)) {
+        held_.pop_front();
+        ++overflow_;
     }
+    // While the question is open the record waits behind the others.
+    return !asking_ && writeHeld();
+}
+
+bool DataRecorder::appendTo(const QString& path, const QByteArray& bytes, QString* why)
+{
+    if (path == dataPath_)
+        return appendBytes(data_, dataPath_, bytes, why);
+    // An earlier hour's records, kept while its file could not be written.
+    return DataRecord::appendToPath(path, bytes, why);
+}
+
+bool DataRecorder::writeHeld(bool ask)
+{
+    const size_t had = held_.size();
+    while (!held_.empty()) {
+        // The records bound for one file go in one write.
+        const QString path = held_.front().path;
+        QByteArray run;
+        auto end = held_.begin();
+        for (; end != held_.end() && end->path == path; ++end)
+            run += end->bytes;
+        QString why;
+        if (!appendTo(path, run, &why)) {
+            if (!ask)
+                return false;
+            asking_ = true;
+            gaveUp_ = false;
+            QPointer<DataRecorder> self(this);
+            st_.notifier().askLater(
+                QStringLiteral("%1: %2").arg(path, why), Notifier::Retry | Notifier::Cancel,
+                [self](int button) {
+                    if (self)
+                        self->answered(button);
+                },
+                Notifier::Icon::Critical);
+            // A notifier that answers at once has written them, or given them up, already.
+            return held_.empty() && !gaveUp_;
+        }
+        held_.erase(held_.begin(), end);
+    }
+    if (had > 1 || overflow_ > 0) {
+        QString text = QStringLiteral("%1 records held while the data file was not writable "
+                                      "are written now")
+                           .arg(had);
+        if (overflow_ > 0)
+            text += QStringLiteral("; %1 older records had to be given up").arg(overflow_);
+        overflow_ = 0;
+        st_.notifier().note(text);
+    }
+    return true;
+}
+
+void DataRecorder::answered(int button)
+{
+    asking_ = false;
+    if (button == Notifier::Retry) {
+        writeHeld();
+        return;
+    }
+    gaveUp_ = true;
+    if (held_.empty())
+        return;
+    st_.notifier().note(QStringLiteral("%1 records not written").arg(held_.size() + overflow_));
+    held_.clear();
+    overflow_ = 0;
 }
 
 bool DataRecorder::WriteComment(const QString& text)
@@ -236,6 +269,16 @@ void DataRecorder::end()
         return;
     st_.recording = false;
     st_.sinks[Station::DataFileSink] = nullptr;
+    // Recording ends: what is still kept gets one last try.
+    asking_ = false;
+    if (!held_.empty() && !writeHeld(false)) {
+        st_.notifier().message(QStringLiteral("%1 records not written to %2")
+                                   .arg(held_.size() + overflow_)
+                                   .arg(held_.front().path),
+                               Notifier::Icon::Exclamation);
+        held_.clear();
+        overflow_ = 0;
+    }
     writeText(DataRecord::stopLine(clock()));
     CloseDataFiles();
 }
@@ -248,8 +291,15 @@ void DataRecorder::rotate()
 void DataRecorder::rotate(const QDateTime& now)
 {
     if (hourOf(now) != dataHour_) {
-        st_.recordCounter = 1; // kept when the new file can't be opened
-        OpenDataFile(true);
+        dataHour_ = hourOf(now);
+        const QString path = folderPath(DataRecord::dataFileName(now));
+        if (!openData(path, false)) {
+            // The folder is away: the hour's records are kept for this file,
+            // and the write error's Retry/Cancel question follows.
+            dataPath_ = path;
+            st_.recordCounter = 1;
+            Q_EMIT dataFileChanged(path);
+        }
     }
     if (now.date() != textDay_)
         OpenTextFile();

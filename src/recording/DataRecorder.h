@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QObject>
 #include <QTimer>
+#include <deque>
 #include <functional>
 
 class Station;
@@ -26,6 +27,11 @@ class Station;
 // recording, rotates the files when the hour or the day has changed. What was
 // written is synced to the disk within a second, and at every rotation and
 // close. Messages and the Retry/Cancel question go through st.notifier().
+//
+// A record that can't be written (disk full, folder away) is kept in memory
+// with the file it belongs to, and so is every record after it, in order,
+// while the Retry/Cancel question is open; the question does not wait, so
+// readings go on. Retry writes what was kept; Cancel gives it up.
 class DataRecorder : public QObject
 {
     Q_OBJECT
@@ -57,7 +63,8 @@ public:
     // Opens the day's text file for appending and writes its "Start=" line.
     bool OpenTextFile();
     // Appends the record for `reply` (value digits plus one byte) and counts
-    // it; on a write error asks Retry/Cancel. False when nothing was written.
+    // it; on a write error keeps it and asks Retry/Cancel. False when it was
+    // not written now.
     bool WriteToFile(const QByteArray& reply);
     void CloseDataFiles();
     // New hourly file when the hour has changed, new daily file when the day has.
@@ -71,6 +78,12 @@ public:
     QString dataFilePath() const { return dataPath_; }
     QString textFilePath() const { return textPath_; }
 
+    // Records waiting for their file to be writable again.
+    int heldCount() const { return int(held_.size()); }
+    // The most records kept: two days at one reading a second. Beyond it the
+    // oldest are given up, and counted.
+    static constexpr int kHeldMax = 2 * 24 * 3600;
+
     static constexpr char kChooserTitle[] = "Open Communications Log File";
     static constexpr char kChooserFilter[] = "Log Files (*.LOG)|*.log|All Files (*.*)|*.*";
 
@@ -80,13 +93,23 @@ Q_SIGNALS:
 
 private:
     QString folderPath(const QString& name) const;
-    bool openFile(QFile& f, const QString& path);
-    bool openData(const QString& path);
-    // Reopens `f` at `path` when the file or its folder has gone away.
-    bool stillThere(QFile& f, const QString& path, QString* why);
-    bool appendBytes(QFile& f, const QByteArray& bytes, QString* why);
+    bool openFile(QFile& f, const QString& path, bool report = true);
+    bool openData(const QString& path, bool report = true);
+    // Appends to `f`, opened again at `path` if it went away; arms the sync.
+    bool appendBytes(QFile& f, const QString& path, const QByteArray& bytes, QString* why);
     bool writeText(const QByteArray& line);
     bool writeRecord(const QByteArray& reply, const QDateTime& now);
+    bool appendTo(const QString& path, const QByteArray& bytes, QString* why);
+    // Writes the kept records in order; on failure asks Retry/Cancel when
+    // `ask`. True when none is left.
+    bool writeHeld(bool ask = true);
+    void answered(int button);
+
+    struct Held
+    {
+        QString path;
+        QByteArray bytes;
+    };
 
     Station& st_;
     QFile data_;
@@ -96,4 +119,8 @@ private:
     QDateTime dataHour_; // date and hour the data file belongs to
     QDate textDay_;
     QTimer sync_; // started by a write, syncs the files to the disk when it fires
+    std::deque<Held> held_; // accepted, not yet written; oldest first
+    bool asking_ = false;   // the Retry/Cancel question is open
+    bool gaveUp_ = false;   // its answer was Cancel
+    qint64 overflow_ = 0;   // kept records given up for room
 };

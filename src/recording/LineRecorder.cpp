@@ -33,6 +33,7 @@ bool LineRecorder::open(int address, const QString& path, const QDateTime& hour)
                                Notifier::Icon::Exclamation);
         return false;
     }
+    c->path = path;
     c->hour = hour;
     channels_[size_t(address)] = std::move(c);
     return true;
@@ -79,8 +80,13 @@ void LineRecorder::end()
 {
     sync_.stop();
     syncAll();
-    for (auto& c : channels_)
+    for (auto& c : channels_) {
+        if (c && !writeHeld(*c))
+            st_.notifier().message(
+                QStringLiteral("%1 records not written to %2").arg(c->held.size()).arg(c->path),
+                Notifier::Icon::Exclamation);
         c.reset();
+    }
     st_.recording = false;
 }
 
@@ -94,7 +100,14 @@ QString LineRecorder::pathOf(int address) const
 {
     if (address < 0 || address >= Station::kAddresses || !channels_[size_t(address)])
         return {};
-    return channels_[size_t(address)]->file.fileName();
+    return channels_[size_t(address)]->path;
+}
+
+int LineRecorder::heldCount(int address) const
+{
+    if (address < 0 || address >= Station::kAddresses || !channels_[size_t(address)])
+        return 0;
+    return int(channels_[size_t(address)]->held.size());
 }
 
 bool LineRecorder::write(const Station::LineReading& r)
@@ -105,24 +118,50 @@ bool LineRecorder::write(const Station::LineReading& r)
     const QDateTime now = clock();
     if (c.hour.isValid() && hourOf(now) != c.hour) {
         // A new hour: the channel's file changes with it, as the single analyzer's does.
-        const QString folder = QFileInfo(c.file.fileName()).absolutePath();
         DataRecord::syncToDisk(c.file);
         c.file.close();
-        c.file.setFileName(QDir(folder).filePath(DataRecord::lineFileName(now, r.address)));
+        c.path = QDir(QFileInfo(c.path).absolutePath())
+                     .filePath(DataRecord::lineFileName(now, r.address));
         c.hour = hourOf(now);
-        if (!c.file.open(kAppend)) {
-            st_.notifier().status(
-                0, QStringLiteral("%1: %2").arg(c.file.fileName(), c.file.errorString()));
+    }
+    c.held.emplace_back(c.path, DataRecord::lineRecord(now, r.address, r.first, r.second,
+                                                       st_.zeroPosition, st_.limit1, st_.limit2,
+                                                       st_.lineRus[size_t(r.address)]));
+    if (c.held.size() > size_t(DataRecorder::kHeldMax)) {
+        c.held.pop_front();
+        ++c.overflow;
+    }
+    return writeHeld(c);
+}
+
+bool LineRecorder::writeHeld(Channel& c)
+{
+    const size_t had = c.held.size();
+    while (!c.held.empty()) {
+        const QString path = c.held.front().first;
+        QByteArray run;
+        auto end = c.held.begin();
+        for (; end != c.held.end() && end->first == path; ++end)
+            run += end->second;
+        QString why;
+        const bool ok = path == c.path ? DataRecord::reopenIfGone(c.file, c.path, &why) &&
+                                             DataRecord::appendWhole(c.file, run, &why)
+                                       : DataRecord::appendToPath(path, run, &why);
+        if (!ok) {
+            if (had == 1) // the first record that fails: later ones are kept quietly
+                st_.notifier().note(
+                    QStringLiteral("%1: %2; records are kept until it can be written")
+                        .arg(path, why));
             return false;
         }
+        c.held.erase(c.held.begin(), end);
     }
-    const QByteArray bytes =
-        DataRecord::lineRecord(now, r.address, r.first, r.second, st_.zeroPosition, st_.limit1,
-                               st_.limit2, st_.lineRus[size_t(r.address)]);
-    if (c.file.write(bytes) != bytes.size()) {
-        st_.notifier().status(
-            0, QStringLiteral("%1: %2").arg(c.file.fileName(), c.file.errorString()));
-        return false;
+    if (had > 1) {
+        QString text = QStringLiteral("%1 records kept for %2 are written now").arg(had).arg(c.path);
+        if (c.overflow > 0)
+            text += QStringLiteral("; %1 older records had to be given up").arg(c.overflow);
+        c.overflow = 0;
+        st_.notifier().note(text);
     }
     if (!sync_.isActive())
         sync_.start();

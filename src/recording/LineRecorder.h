@@ -8,13 +8,18 @@
 #include <QObject>
 #include <QTimer>
 #include <array>
+#include <deque>
 #include <memory>
 
 // Recording on the RS-485 line: one data file per polled analyzer. A channel
 // with "Auto File Name" gets an hourly file named by the clock and its
 // address ("14h15_11_A005.dat"), changed at each new hour; any other channel
 // gets a file the operator chooses at start (no rotation). Every record is
-// handed to the operating system as it is written.
+// handed to the operating system as it is written. A record that can't be
+// written (folder away, disk full) is kept in memory, in order, with the
+// records after it, and written by the channel's next record that finds the
+// file writable again; the status bar (stderr headless) says when it starts
+// and when it ends. Nothing waits on the operator.
 //
 //   LineRecorder rec(st);  // installs the station's line file sink
 //   rec.start(addresses);  // "&Run Saving" on the line
@@ -39,8 +44,10 @@ public:
     bool start(const QList<int>& addresses);
     void end();
     // Appends one record to its analyzer's file; false when it has none or
-    // the write failed (said in the status bar).
+    // the record is kept for later.
     bool write(const Station::LineReading& r);
+    // Records of the channel waiting for their file.
+    int heldCount(int address) const;
 
     QString pathOf(int address) const;
     int openFiles() const;
@@ -49,9 +56,14 @@ private:
     struct Channel
     {
         QFile file;
+        QString path;   // where records go now, kept while the file is away
         QDateTime hour; // of an automatic name; invalid for a chosen file
+        std::deque<std::pair<QString, QByteArray>> held; // file and record, oldest first
+        qint64 overflow = 0; // kept records given up for room
     };
     bool open(int address, const QString& path, const QDateTime& hour);
+    // Writes the channel's kept records in order; true when none is left.
+    bool writeHeld(Channel& c);
 
     Station& st_;
     std::array<std::unique_ptr<Channel>, 256> channels_;

@@ -1,9 +1,11 @@
 #include "station/Notifier.h"
 
+#include <QTimer>
 #include <cstdio>
 
 void HeadlessNotifier::message(const QString& text, Icon)
 {
+    lastRetried_.clear(); // a later failure is printed again
     std::fprintf(stderr, "velmora: %s\n", qPrintable(text));
     std::fflush(stderr);
 }
@@ -28,4 +30,20 @@ void HeadlessNotifier::status(int panel, const QString& text)
 {
     if (verbose)
         std::fprintf(stderr, "velmora: [status %d] %s\n", panel, qPrintable(text));
+}
+
+void HeadlessNotifier::askLater(const QString& text, int buttons, const Answer& answered,
+                                Icon icon)
+{
+    if (!(buttons & Retry)) {
+        answered(ask(text, buttons, icon));
+        return;
+    }
+    if (text != lastRetried_) {
+        std::fprintf(stderr, "velmora: %s (trying again every %d s)\n", qPrintable(text),
+                     (retryMs + 999) / 1000);
+        std::fflush(stderr);
+        lastRetried_ = text;
+    }
+    QTimer::singleShot(retryMs, [answered] { answered(Retry); });
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
 // The one channel through which the core speaks to the operator. The GUI shows
 // message boxes and status-bar text, --headless prints to stderr, tests record.
@@ -30,6 +31,15 @@ public:
     virtual void message(const QString& text, Icon icon = Icon::None) = 0;
     // A question; `buttons` is an OR of Button values, the result the one chosen.
     virtual int ask(const QString& text, int buttons, Icon icon = Icon::Question) = 0;
+    // A question that does not wait for its answer: `answered` gets the button
+    // chosen, later, from the event loop. The reading path asks this way, so
+    // readings go on while the question is open. By default it is asked at once.
+    using Answer = std::function<void(int)>;
+    virtual void askLater(const QString& text, int buttons, const Answer& answered,
+                          Icon icon = Icon::Question)
+    {
+        answered(ask(text, buttons, icon));
+    }
     // Text for a panel of the main status bar (panel 0 is the first).
     virtual void status(int panel, const QString& text) = 0;
     // Something the operator must learn of without being stopped (the port
@@ -43,9 +53,18 @@ class HeadlessNotifier : public Notifier
 public:
     void message(const QString& text, Icon icon = Icon::None) override;
     int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
+    // A question that offers Retry is answered Retry after `retryMs`: a folder
+    // or disk that comes back is written to again with nobody there. The text
+    // is printed when it changes, not at every try.
+    void askLater(const QString& text, int buttons, const Answer& answered,
+                  Icon icon = Icon::Question) override;
     void status(int panel, const QString& text) override;
     void note(const QString& text) override { message(text); }
 
     // Status texts are printed only when verbose; they change with every exchange.
     bool verbose = false;
+    int retryMs = 5000;
+
+private:
+    QString lastRetried_;
 };

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void runButtonFollowsRunning();
     void preSetRecordsGraphPlaces();
     void messagesDoNotStopReadings();
+    void writeQuestionDoesNotWait();
 
 private:
     std::unique_ptr<QTemporaryDir> dir_;

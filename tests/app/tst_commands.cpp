@@ -245,3 +245,38 @@ void CommandPanelTest::messagesDoNotStopReadings()
         b->close();
     QTRY_VERIFY(n.openMessages().isEmpty());
 }
+
+// The write error's Retry/Cancel box does not wait either: readings that come
+// while it is open are kept and written, in order, when Retry is clicked.
+void CommandPanelTest::writeQuestionDoesNotWait()
+{
+    GuiNotifier n;
+    Station st(n);
+    st.dataFolder = QDir(dir_->path()).filePath("away");
+    QVERIFY(QDir().mkpath(st.dataFolder));
+    DataRecorder recorder(st);
+    QVERIFY(recorder.start());
+    const QString path = recorder.dataFilePath();
+    QVERIFY(QDir(st.dataFolder).removeRecursively());
+    for (int i = 0; i < 5; ++i)
+        st.deliver(i, QByteArray::number(100000 + i).mid(1) + '\r');
+    QMessageBox* box = nullptr;
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (auto* b = qobject_cast<QMessageBox*>(w); b && b->isVisible())
+            box = b;
+    }
+    QVERIFY(box && !box->isModal() && box->button(QMessageBox::Retry));
+    QCOMPARE(recorder.heldCount(), 5);
+    QVERIFY(QDir().mkpath(st.dataFolder));
+    box->button(QMessageBox::Retry)->click();
+    QCOMPARE(recorder.heldCount(), 0);
+    QFile dat(path);
+    QVERIFY(dat.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = dat.readAll().split('\n');
+    QCOMPARE(lines.size(), 6);
+    for (int i = 0; i < 5; ++i)
+        QVERIFY2(lines[i].startsWith("0000" + QByteArray::number(i + 1) + "\t") &&
+                     lines[i].contains("\t0000" + QByteArray::number(i) + "\t"),
+                 lines[i].constData());
+    recorder.end();
+}

@@ -20,7 +20,18 @@ public:
             onAsk();
         return RecordingNotifier::ask(text, buttons, icon);
     }
+    // With `hold`, a question that does not wait stays open until the test
+    // answers it through `open`, as an operator would.
+    void askLater(const QString& text, int buttons, const Answer& answered, Icon icon) override
+    {
+        if (!hold)
+            return RecordingNotifier::askLater(text, buttons, answered, icon);
+        questions << text;
+        open << answered;
+    }
     std::function<void()> onAsk;
+    bool hold = false;
+    QList<Answer> open;
 };
 
 inline QByteArray contents(const QString& path)

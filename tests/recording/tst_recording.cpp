@@ -125,6 +125,36 @@ private Q_SLOTS:
         QVERIFY(!rig.st.recording);
     }
 
+    // While the folder is away an analyzer's records are kept, and the first
+    // record after its return writes them, each into its hour's file.
+    void lineHeldWhileAway()
+    {
+        RecordingRig rig("data");
+        LineRecorder rec(rig.st);
+        rec.clock = [&] { return rig.now; };
+        rig.st.lineAutoName[5] = true;
+        rig.now = QDateTime(QDate(2026, 11, 15), QTime(14, 59, 59));
+        QVERIFY(rec.start({5}));
+        QVERIFY(QDir(rig.path(QString())).removeRecursively());
+        Station::LineReading r{5, {}, QStringLiteral("00019"), QStringLiteral("04123"), 19};
+        for (const char* v : {"00020", "00021", "00022"}) {
+            r.first = QLatin1String(v);
+            rig.st.deliverLine(r);
+            rig.now = rig.now.addSecs(1);
+        }
+        QCOMPARE(rec.heldCount(5), 3);
+        QCOMPARE(rig.n.statuses.size(), 1); // said once, not at every record
+        QVERIFY(QDir().mkpath(rig.path(QString())));
+        r.first = QStringLiteral("00023");
+        rig.st.deliverLine(r);
+        QCOMPARE(rec.heldCount(5), 0);
+        QCOMPARE(rig.file("14h15_11_A005.dat"), "14:59:59\t005\t00020\t04123\t00000\t0\r\n");
+        QCOMPARE(rig.file("15h15_11_A005.dat"), "15:00:00\t005\t00021\t04123\t00000\t0\r\n"
+                                                "15:00:01\t005\t00022\t04123\t00000\t0\r\n"
+                                                "15:00:02\t005\t00023\t04123\t00000\t0\r\n");
+        rec.end();
+    }
+
     void rotation_data()
     {
         QTest::addColumn<QDateTime>("next");
@@ -261,8 +291,63 @@ private Q_SLOTS:
         for (const QString& q : std::as_const(rig.n.questions))
             QVERIFY2(q.contains(rig.rec.dataFilePath()) && q.contains(reason), qPrintable(q));
         QCOMPARE(written, fault != DiskFull);
-        QCOMPARE(rig.st.recordCounter, written ? 4 : 1);
+        QCOMPARE(rig.rec.heldCount(), 0);
+        QCOMPARE(rig.st.recordCounter, written ? 4 : 2); // a given-up number is not reused
         QTEST(contents(before), "kept");
+    }
+
+    // Readings go on while the question is open: each is kept, in order, with
+    // the hour it belongs to, and Retry writes them all.
+    void heldWhileAsked_data()
+    {
+        QTest::addColumn<bool>("headless"); // retried by itself, nobody answers
+        QTest::newRow("operator answers Retry") << false;
+        QTest::newRow("headless retries") << true;
+    }
+
+    void heldWhileAsked()
+    {
+        QFETCH(bool, headless);
+        HeadlessNotifier quiet;
+        quiet.retryMs = 100;
+        RecordingRig rig("data");
+        Station& st = rig.st;
+        rig.n.hold = true;
+        rig.now = QDateTime(QDate(2026, 11, 15), QTime(14, 59, 58));
+        std::optional<Station> alone;
+        std::optional<DataRecorder> rec;
+        if (headless) {
+            alone.emplace(quiet);
+            alone->dataFolder = st.dataFolder;
+            rec.emplace(*alone);
+            rec->clock = [&] { return rig.now; };
+        }
+        Station& s = headless ? *alone : st;
+        DataRecorder& r = headless ? *rec : rig.rec;
+        QVERIFY(r.start());
+        s.deliver(20, "00020\r");
+        QVERIFY(QDir(rig.path(QString())).removeRecursively());
+        for (const char* v : {"00021\r", "00022\r", "00023\r"}) { // the third in the next hour
+            s.deliver(0, v);
+            rig.now = rig.now.addSecs(1);
+        }
+        QCOMPARE(r.heldCount(), 3);
+        QCOMPARE(rig.n.questions.size(), headless ? 0 : 1);
+        QVERIFY(QDir().mkpath(rig.path(QString())));
+        s.deliver(0, "00024\r"); // the folder is back, the question still open: it waits
+        QCOMPARE(r.heldCount(), 4);
+        if (headless) {
+            QTRY_COMPARE(r.heldCount(), 0);
+        } else {
+            rig.n.open.takeFirst()(Notifier::Retry);
+            QCOMPARE(r.heldCount(), 0);
+            QCOMPARE(rig.n.questions.size(), 1);
+        }
+        QCOMPARE(rig.file("14h15_11.dat"),
+                 "00002\t14:59:58\t00021\t00000\t0\r\n00003\t14:59:59\t00022\t00000\t0\r\n");
+        QCOMPARE(rig.file("15h15_11.dat"), "00001\t15:00:00\t00023\t00000\t0\r\n"
+                                           "00002\t15:00:01\t00024\t00000\t0\r\n");
+        r.end();
     }
 
     void chosenFile_data()
