@@ -18,9 +18,12 @@ bool ProcessRecord(Station& st, QByteArray buffer)
     const int valueLength = st.format.valueLength();
     const int markerAt = valueLength + 1;
     if (markerAt >= buffer.size() || quint8(buffer[markerAt]) != st.format.marker) {
-        // Out of step: let the rest of the record arrive, then drop it.
-        WaitMs(kResyncPauseMs);
-        st.myComm.discardInput();
+        // Out of step: let the rest of the record arrive, then drop it. A
+        // closed port has nothing more to deliver.
+        if (st.myComm.PortOpen()) {
+            WaitMs(kResyncPauseMs);
+            st.myComm.discardInput();
+        }
         ++st.droppedRecords;
         return false;
     }

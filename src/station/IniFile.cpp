@@ -50,8 +50,9 @@ QString fromCp1251(const QByteArray& bytes)
     return s;
 }
 
-// Empty when a character has no place in the code page.
-std::optional<QByteArray> toCp1251(const QString& s)
+// A character that has no place in the code page becomes '?', as the 8-bit
+// profile functions write it.
+QByteArray toCp1251(const QString& s)
 {
     QByteArray bytes;
     bytes.reserve(s.size());
@@ -61,9 +62,7 @@ std::optional<QByteArray> toCp1251(const QString& s)
             continue;
         }
         const auto* at = std::find(std::begin(kCp1251), std::end(kCp1251), ch.unicode());
-        if (at == std::end(kCp1251))
-            return std::nullopt;
-        bytes += char(0x80 + (at - std::begin(kCp1251)));
+        bytes += at == std::end(kCp1251) ? '?' : char(0x80 + (at - std::begin(kCp1251)));
     }
     return bytes;
 }
@@ -80,10 +79,14 @@ std::optional<QString> fromUtf8(const QByteArray& bytes)
     return s;
 }
 
-QString decoded(const QByteArray& bytes)
+// The whole file is one or the other: a single byte sequence that is not UTF-8
+// makes it a Windows file, whose every line is read in the code page.
+QString decoded(const QByteArray& bytes, bool legacy)
 {
-    if (auto utf8 = fromUtf8(bytes))
-        return *utf8;
+    if (!legacy) {
+        if (auto utf8 = fromUtf8(bytes))
+            return *utf8;
+    }
     return fromCp1251(bytes);
 }
 
@@ -121,7 +124,7 @@ struct Line
     bool isKey = false;
 };
 
-Line parseLine(const QByteArray& raw, const QByteArray& eol)
+Line parseLine(const QByteArray& raw, const QByteArray& eol, bool legacy)
 {
     Line l;
     l.raw = raw;
@@ -131,7 +134,7 @@ Line parseLine(const QByteArray& raw, const QByteArray& eol)
         const qsizetype close = t.indexOf(']');
         if (close > 0) {
             l.isSection = true;
-            l.name = decoded(trimmedBlank(t.mid(1, close - 1)));
+            l.name = decoded(trimmedBlank(t.mid(1, close - 1)), legacy);
         }
         return l;
     }
@@ -140,7 +143,7 @@ Line parseLine(const QByteArray& raw, const QByteArray& eol)
         l.isKey = true;
         l.key = trimmedBlank(t.left(eq));
         l.value = trimmedBlank(t.mid(eq + 1));
-        l.name = decoded(l.key);
+        l.name = decoded(l.key, legacy);
     }
     return l;
 }
@@ -181,7 +184,8 @@ Text load(const QString& path)
         qsizetype eolSize = 0;
         if (end < n)
             eolSize = all[end] == '\r' && end + 1 < n && all[end + 1] == '\n' ? 2 : 1;
-        text.lines.append(parseLine(all.mid(begin, end - begin), all.mid(end, eolSize)));
+        text.lines.append(
+            parseLine(all.mid(begin, end - begin), all.mid(end, eolSize), text.legacy));
         begin = end + eolSize;
     }
     return text;
@@ -234,7 +238,7 @@ void insertLines(Text& text, int at, const QByteArrayList& raws)
         eol = before.eol;
     }
     for (const QByteArray& raw : raws)
-        text.lines.insert(at++, parseLine(raw, eol));
+        text.lines.insert(at++, parseLine(raw, eol, text.legacy));
 }
 
 QByteArray unquoted(const QByteArray& v)
@@ -270,7 +274,7 @@ QString ReadIni(const QString& section, const QString& key, const QString& file)
     const int at = first < 0 ? -1 : findKey(text.lines, first, end, key);
     if (at < 0)
         return {};
-    QString value = decoded(unquoted(text.lines[at].value));
+    QString value = decoded(unquoted(text.lines[at].value), text.legacy);
     if (value.size() > kReadChars)
         value.truncate(value[kReadChars - 1].isHighSurrogate() ? kReadChars - 1 : kReadChars);
     return value;
@@ -279,38 +283,43 @@ QString ReadIni(const QString& section, const QString& key, const QString& file)
 bool WriteIni(const QString& section, const QString& key, const QString& value, const QString& file)
 {
     const QString path = iniPath(file);
-    Text text = load(path);
-    // A file kept in a Windows code page stays in it as long as the text fits.
-    const auto encoded = [&text](const QString& s) {
-        if (text.legacy) {
-            if (const auto cp = toCp1251(s))
-                return *cp;
+    const Text loaded = load(path);
+    // A file kept in a Windows code page stays in it.
+    const auto write = [&](bool legacy) {
+        Text text = loaded;
+        text.legacy = legacy;
+        const auto encoded = [legacy](const QString& s) {
+            return legacy ? toCp1251(s) : s.toUtf8();
+        };
+        const QByteArray v = encoded(value);
+        const auto [first, end] = findSection(text.lines, section);
+        const int found = first < 0 ? -1 : findKey(text.lines, first, end, key);
+        if (first < 0) {
+            insertLines(text, int(text.lines.size()),
+                        {"[" + encoded(section) + "]", encoded(key) + "=" + v});
+        } else if (found >= 0) {
+            // Keep the key's own spelling and the line's ending; only the value changes.
+            Line& l = text.lines[found];
+            l = parseLine(l.key + "=" + v, l.eol, legacy);
+        } else {
+            // After the section's last non-blank line, so blank separators stay below it.
+            int at = end;
+            while (at > first && trimmedBlank(text.lines[at - 1].raw).isEmpty())
+                --at;
+            insertLines(text, at, {encoded(key) + "=" + v});
         }
-        return s.toUtf8();
+        return save(text);
     };
-    const QByteArray v = encoded(value);
-
-    const auto [first, end] = findSection(text.lines, section);
-    const int found = first < 0 ? -1 : findKey(text.lines, first, end, key);
-    if (first < 0) {
-        insertLines(text, int(text.lines.size()),
-                    {"[" + encoded(section) + "]", encoded(key) + "=" + v});
-    } else if (found >= 0) {
-        // Keep the key's own spelling and the line's ending; only the value changes.
-        Line& l = text.lines[found];
-        l = parseLine(l.key + "=" + v, l.eol);
-    } else {
-        // After the section's last non-blank line, so blank separators stay below it.
-        int at = end;
-        while (at > first && trimmedBlank(text.lines[at - 1].raw).isEmpty())
-            --at;
-        insertLines(text, at, {encoded(key) + "=" + v});
-    }
+    QByteArray bytes = write(loaded.legacy);
+    // The write replaced the only bytes that were not UTF-8: the file now reads
+    // as UTF-8, so the new text is written so too.
+    if (loaded.legacy && fromUtf8(bytes))
+        bytes = write(false);
 
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile f(path);
     if (!f.open(QIODevice::WriteOnly))
         return false;
-    f.write(save(text));
+    f.write(bytes);
     return f.commit();
 }

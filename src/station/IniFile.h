@@ -11,9 +11,10 @@
 //
 // Lines may end in CR LF, LF or CR, mixed in one file; each keeps its own ending,
 // and an added line takes the ending of the line before it (CR LF in a new file).
-// A UTF-8 byte-order mark is understood and kept. Text that is valid UTF-8 is read
-// as UTF-8, any other as Windows-1251; in a file that is not UTF-8, a written
-// value stays in Windows-1251 when every character fits. DOS end-of-file marks
+// A UTF-8 byte-order mark is understood and kept. A file that is valid UTF-8 is
+// read as UTF-8; a file with any other byte sequence came from a Windows PC and
+// is read, and written, in Windows-1251 throughout (a character that has no
+// place there is written as '?'). DOS end-of-file marks
 // (^Z) and NUL bytes at the end of the file are not read and stay at its end.
 //
 // `file` is either a bare name, which lives in the settings folder

@@ -50,6 +50,7 @@ class HeadlessTest : public QObject
 private Q_SLOTS:
     void printsReadingsAndStopsOnSigterm();
     void unusablePortIsAnErrorExit();
+    void unplugAndReplug();
     void lineRecordsAndSummarises_data();
     void lineRecordsAndSummarises();
 };

@@ -2,6 +2,7 @@
 #include "tst_app.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QMap>
 #include <QProcess>
@@ -92,6 +93,88 @@ void HeadlessTest::unusablePortIsAnErrorExit()
     QVERIFY(p.waitForFinished(10000));
     QCOMPARE(p.exitCode(), 1);
     QVERIFY(p.readAllStandardError().contains("Can't open port /nonexistent/ttyX"));
+}
+
+// A USB adapter pulled and plugged in again, played by socat: a device path
+// that vanishes and comes back, joined to the simulator's line. The station
+// finds it again by itself, the day's file shows the gap, and every reading
+// printed is in the data file, numbered without a gap.
+void HeadlessTest::unplugAndReplug()
+{
+    QTemporaryDir cfg;
+    const QString data = cfg.filePath(QStringLiteral("data"));
+    const QString device = cfg.filePath(QStringLiteral("ttyUSB0"));
+    QVERIFY(QDir().mkpath(data));
+    QProcess sim;
+    sim.start(QStringLiteral(VELMORA_SIM_BIN), {"--rate", "10", "--baud", "115200"});
+    QVERIFY(sim.waitForReadyRead(5000));
+    const QString simTty = QString::fromLocal8Bit(sim.readLine().trimmed());
+    QVERIFY(simTty.startsWith(QStringLiteral("/dev/")));
+    const auto plugIn = [&](QProcess& socat) {
+        socat.start(QStringLiteral("socat"), {"pty,link=" + device + ",rawer",
+                                               "FILE:" + simTty + ",rawer,nonblock"});
+        QVERIFY(socat.waitForStarted(5000));
+        QVERIFY(QTest::qWaitFor([&] { return QFile::exists(device); }, 5000));
+    };
+    QProcess first;
+    plugIn(first);
+    QProcess p;
+    startStation(p, cfg,
+                 "[COMPORTS]\nPortName=" + device.toLocal8Bit() +
+                     "\nCommSettings=115200,n,8,1\n[Path]\nIniPathDat=" + data.toLocal8Bit() +
+                     "\n",
+                 {"--headless", "--from-device", "--record"});
+    QByteArray out;
+    const auto readings = [&] {
+        out += p.readAllStandardOutput();
+        return out.count('\n');
+    };
+    QVERIFY(QTest::qWaitFor([&] { return readings() >= 5; }, 10000));
+
+    first.terminate(); // pulled: the link goes, the line closes
+    QVERIFY(first.waitForFinished(5000));
+    QByteArray err;
+    QVERIFY(QTest::qWaitFor(
+        [&] { return (err += p.readAllStandardError()).contains("lost; trying it again"); }, 5000));
+    QTest::qWait(1500);
+    QProcess second;
+    plugIn(second);
+    const qsizetype before = readings();
+    QElapsedTimer back;
+    back.start();
+    QVERIFY(QTest::qWaitFor([&] { return readings() > before; }, 3000));
+    QVERIFY(back.elapsed() < 3000);
+    QVERIFY(QTest::qWaitFor([&] { return readings() >= before + 5; }, 5000));
+
+    p.terminate();
+    QVERIFY(p.waitForFinished(5000));
+    readings();
+    second.terminate();
+    sim.terminate();
+    second.waitForFinished(5000);
+    sim.waitForFinished(5000);
+    err += p.readAllStandardError();
+    QVERIFY2(err.contains(" back\n"), err.constData());
+
+    const QDir folder(data);
+    const QStringList txts = folder.entryList({QStringLiteral("*.txt")});
+    QCOMPARE(txts.size(), 1);
+    QFile txt(folder.filePath(txts.first()));
+    QVERIFY(txt.open(QIODevice::ReadOnly));
+    const QByteArray marks = txt.readAll();
+    const qsizetype lost = marks.indexOf("\r\nLost-");
+    QVERIFY2(lost > 0 && marks.indexOf("\r\nBack-") > lost && marks.contains("\r\nStop-"),
+             marks.constData());
+    qsizetype recorded = 0;
+    for (const QString& name : folder.entryList({QStringLiteral("*.dat")})) { // one an hour
+        QFile f(folder.filePath(name));
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        const QList<QByteArray> recs = f.readAll().trimmed().split('\n');
+        for (qsizetype i = 0; i < recs.size(); ++i)
+            QVERIFY(recs[i].startsWith(QByteArray::number(i + 1).rightJustified(5, '0') + '\t'));
+        recorded += recs.size();
+    }
+    QCOMPARE(recorded, out.count('\n'));
 }
 
 void HeadlessTest::lineRecordsAndSummarises_data()
