@@ -35,7 +35,8 @@ void MyPict::setAxes(const GraphAxes& axes)
 void MyPict::redrawAll()
 {
     stale_ = true;
-    update();
+    pendingFrom_ = pendingTo_ = -1;
+    refresh_.request();
 }
 
 void MyPict::drawPoint(int i)
@@ -43,19 +44,49 @@ void MyPict::drawPoint(int i)
     // A pending full redraw (or a hidden picture) draws the point when it comes.
     if (stale_ || !imageFits() || arrays_ == nullptr || i < 0 || i >= arrays_->pointCount())
         return;
+    if (pendingFrom_ < 0 || i < pendingFrom_)
+        pendingFrom_ = i;
+    pendingTo_ = qMax(pendingTo_, i);
+    refresh_.request();
+}
+
+void MyPict::refresh()
+{
+    ++refreshes_;
+    if (stale_ || !imageFits()) {
+        update();
+        return;
+    }
+    const QRect strip = drawPending();
+    if (!strip.isEmpty())
+        update(strip);
+}
+
+QRect MyPict::drawPending()
+{
+    const int from = pendingFrom_;
+    const int to = arrays_ ? qMin(pendingTo_, arrays_->pointCount() - 1) : -1;
+    pendingFrom_ = pendingTo_ = -1;
+    if (from < 0 || to < from || stale_ || !imageFits())
+        return {};
     const GraphMapping m = mapping();
-    const QPointF b = m.map(i, transform_.y(arrays_->value(i)));
-    const QPointF a = i > 0 ? m.map(i - 1, transform_.y(arrays_->value(i - 1))) : b;
+    auto at = [&](int i) { return m.map(i, transform_.y(arrays_->value(i))); };
     QPainter p(&image_);
-    if (i == 0) {
-        TraceRender::drawDot(p, b);
-    } else {
-        p.setPen(TraceRender::tracePen());
-        p.drawLine(a, b);
+    p.setPen(TraceRender::tracePen());
+    QPointF a = from > 0 ? at(from - 1) : at(from);
+    QRectF strip(a, a);
+    for (int i = from; i <= to; ++i) {
+        const QPointF b = at(i);
+        if (i == 0)
+            TraceRender::drawDot(p, b);
+        else
+            p.drawLine(a, b);
+        strip |= QRectF(a, b).normalized();
+        a = b;
     }
     p.end();
     const double margin = TraceRender::kTraceWidth + 1;
-    update(QRectF(a, b).normalized().adjusted(-margin, -margin, margin, margin).toAlignedRect());
+    return strip.adjusted(-margin, -margin, margin, margin).toAlignedRect();
 }
 
 bool MyPict::imageFits() const
@@ -76,12 +107,18 @@ void MyPict::render()
         return;
     TraceRender::draw(image_, mapping(), arrays_, transform_);
     stale_ = false;
+    pendingFrom_ = pendingTo_ = -1;
 }
 
 QImage MyPict::image()
 {
-    if (stale_ || !imageFits())
+    if (stale_ || !imageFits()) {
         render();
+    } else {
+        const QRect strip = drawPending();
+        if (!strip.isEmpty())
+            update(strip);
+    }
     return image_;
 }
 
@@ -105,6 +142,7 @@ void MyPict::hideEvent(QHideEvent*)
 {
     image_ = QImage();
     stale_ = true;
+    pendingFrom_ = pendingTo_ = -1;
 }
 
 void MyPict::mouseMoveEvent(QMouseEvent* event)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "display/GraphMapping.h"
+#include "display/ScreenRefresh.h"
 
 #include <QImage>
 #include <QWidget>
@@ -8,10 +9,14 @@
 class SampleArrays;
 
 // The picture of a trend graph. It paints from a backing image that holds the
-// grid and the trace: a new point draws one segment into the image and repaints
-// only that strip; the whole image is redrawn only when the coordinates, the
-// size or the points held change as a whole (shift, rescale, resize), and then
-// only at the next paint. A hidden picture keeps no image at all.
+// grid and the trace: new points are drawn into the image as segments and only
+// their strip is repainted; the whole image is redrawn only when the
+// coordinates, the size or the points held change as a whole (shift, rescale,
+// resize), and then only at the next paint. A hidden picture keeps no image.
+//
+// The screen follows at most once every ScreenRefresh::kRefreshMs: the points
+// that came meanwhile are drawn together, however fast readings arrive. The
+// points themselves are held at once; only the picture waits.
 class MyPict : public QWidget
 {
     Q_OBJECT
@@ -29,14 +34,19 @@ public:
     const GraphAxes& axes() const { return axes_; }
     GraphMapping mapping() const { return GraphMapping(axes_, QSizeF(size())); }
 
-    // The whole picture is redrawn at the next paint.
+    // The whole picture is redrawn at the next refresh.
     void redrawAll();
-    // Draws the segment from point i - 1 to point i (a dot for i = 0).
+    // Point i is new: the segment from point i - 1 to it (a dot for i = 0) is
+    // drawn at the next refresh.
     void drawPoint(int i);
+    // Screen refreshes done since the picture was made (for the tests of
+    // the coalescing).
+    int refreshCount() const { return refreshes_; }
 
     // Redraws the whole image now, at the widget's size and pixel ratio.
     void render();
-    // The picture as it stands (rendered first when it is out of date).
+    // The picture with every point held (rendered or drawn first when it is
+    // out of date).
     QImage image();
     bool hasBackingImage() const { return !image_.isNull(); }
 
@@ -55,10 +65,18 @@ protected:
 private:
     bool imageFits() const;
     void placeLines();
+    void refresh();
+    // Draws the points waiting since the last refresh into the image and
+    // returns the strip they cover (empty when none).
+    QRect drawPending();
 
     const SampleArrays* arrays_ = nullptr;
     TraceTransform transform_;
     GraphAxes axes_;
     QImage image_;
     bool stale_ = true;
+    int pendingFrom_ = -1; // first point not yet drawn into the image, -1 for none
+    int pendingTo_ = -1;
+    ScreenRefresh refresh_{this, [this] { refresh(); }};
+    int refreshes_ = 0;
 };

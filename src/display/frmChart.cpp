@@ -106,7 +106,13 @@ void frmChart::cmbScale_Change()
 
 void frmChart::showValue(double raw)
 {
-    bars_->replace(0, raw / 10.0);
+    raw_ = raw;
+    refresh_.request();
+}
+
+void frmChart::showLatest()
+{
+    bars_->replace(0, raw_ / 10.0);
 }
 
 double frmChart::axisMax() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/ScreenRefresh.h"
+
 #include <QWidget>
 
 class QBarSet;
@@ -19,13 +21,15 @@ public:
 
     // Fills the Y scale box: linear (10 entries, "1000" chosen) or logarithmic.
     void LoadScaleList(bool linear);
-    // Shows a reading (ppm x10) as the first component's bar, in ppm.
+    // Shows a reading (ppm x10) as the first component's bar, in ppm, at the
+    // next screen refresh.
     void showValue(double raw);
     double axisMax() const;
     double barValue(int component) const;
 
 private:
     void cmbScale_Change();
+    void showLatest();
 
     Station& st_;
     QChart* chart_;
@@ -34,4 +38,6 @@ private:
     QValueAxis* axisY_;
     QComboBox* cmbScale_;
     QComboBox* cmbScaleX_;
+    double raw_ = 0;
+    ScreenRefresh refresh_{this, [this] { showLatest(); }};
 };

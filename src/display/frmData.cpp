@@ -29,7 +29,13 @@ frmData::frmData(QWidget* parent)
 
 void frmData::showValue(double raw)
 {
-    lblValue_->setText(FormatVal(raw));
+    raw_ = raw;
+    refresh_.request();
+}
+
+void frmData::showLatest()
+{
+    lblValue_->setText(FormatVal(raw_));
     fitFont();
 }
 

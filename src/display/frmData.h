@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/ScreenRefresh.h"
+
 #include <QWidget>
 
 class QLabel;
@@ -12,8 +14,10 @@ class frmData : public QWidget
 public:
     explicit frmData(QWidget* parent = nullptr);
 
-    // Shows a reading (ppm x10, zero offset already subtracted).
+    // Shows a reading (ppm x10, zero offset already subtracted) at the next
+    // screen refresh.
     void showValue(double raw);
+    // The figures on screen.
     QString valueText() const;
 
 protected:
@@ -21,7 +25,10 @@ protected:
 
 private:
     void fitFont();
+    void showLatest();
 
     QLabel* lblValue_;
     QLabel* lblUnit_;
+    double raw_ = 0;
+    ScreenRefresh refresh_{this, [this] { showLatest(); }};
 };

@@ -58,22 +58,35 @@ bool frmFData::FormatFlex()
 
 bool frmFData::FillFlex()
 {
-    return numberRows(flx_, ColValue);
+    rows_.clear();
+    for (int r = 0; r < kRows; ++r)
+        rows_.push_back({QString(), QString::number(r + 1), QString()});
+    showRows();
+    return true;
 }
 
 void frmFData::addReading(const QDateTime& when, double raw, const QString& temper)
 {
     // Newest first: the texts move down one row; the row numbers stay.
-    auto text = [this](int r, int c) {
-        if (!flx_->item(r, c))
-            flx_->setItem(r, c, cell(QString()));
-        return flx_->item(r, c);
+    rows_.pop_back();
+    rows_.push_front({when.toString(QStringLiteral("HH:mm:ss")), FormatVal(raw), temper});
+    refresh_.request();
+}
+
+void frmFData::showRows()
+{
+    auto put = [this](int r, int c, const QString& text) {
+        if (QTableWidgetItem* item = flx_->item(r, c)) {
+            if (item->text() != text)
+                item->setText(text);
+        } else {
+            flx_->setItem(r, c, cell(text));
+        }
     };
-    for (int r = flx_->rowCount() - 1; r > 0; --r) {
-        for (int c : {ColTime, ColValue, ColTemper})
-            text(r, c)->setText(text(r - 1, c)->text());
+    for (int r = 0; r < kRows && r < flx_->rowCount(); ++r) {
+        const Row& row = rows_[size_t(r)];
+        put(r, ColTime, row.time);
+        put(r, ColValue, row.value);
+        put(r, ColTemper, row.temper);
     }
-    text(0, ColTime)->setText(when.toString(QStringLiteral("HH:mm:ss")));
-    text(0, ColValue)->setText(FormatVal(raw));
-    text(0, ColTemper)->setText(temper);
 }

@@ -29,21 +29,36 @@ frmVal::frmVal(QWidget* parent)
     lay->setContentsMargins(8, 4, 8, 4);
     lay->addWidget(label_);
     setAutoFillBackground(true);
-    setBackColor(Green);
+    applyBackColor();
     setToolTip(QStringLiteral("Latest reading, ppm. Drag to move."));
     resize(110, 44);
 }
 
 void frmVal::setValueText(const QString& text)
 {
-    label_->setText(text);
+    valueText_ = text;
+    refresh_.request();
+}
+
+void frmVal::showValueText()
+{
+    label_->setText(valueText_);
 }
 
 void frmVal::setBackColor(int colorNumber)
 {
+    // The alarm check sets the colour with every reading; only a change
+    // touches the palettes.
+    if (colorNumber == backColor_)
+        return;
     backColor_ = colorNumber;
+    applyBackColor();
+}
+
+void frmVal::applyBackColor()
+{
     QPalette p = palette();
-    p.setColor(QPalette::Window, fromColorNumber(colorNumber));
+    p.setColor(QPalette::Window, fromColorNumber(backColor_));
     p.setColor(QPalette::WindowText, Qt::white);
     setPalette(p);
     label_->setPalette(p);

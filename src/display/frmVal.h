@@ -1,5 +1,7 @@
 #pragma once
 
+#include "display/ScreenRefresh.h"
+
 #include <QPointF>
 #include <QWidget>
 
@@ -19,6 +21,7 @@ public:
     explicit frmVal(QWidget* parent = nullptr);
 
     QLabel* Label1() const { return label_; }
+    // Shows the latest reading's text at the next screen refresh.
     void setValueText(const QString& text);
     int backColor() const { return backColor_; }
     void setBackColor(int colorNumber);
@@ -29,10 +32,16 @@ protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
+    void applyBackColor();
+    void showValueText();
     bool press(QMouseEvent* e);
     bool drag(QMouseEvent* e);
 
     QLabel* label_;
+    QString valueText_;
+    // A new text re-measures the label and lays the window out again: once a
+    // refresh, not once a reading.
+    ScreenRefresh refresh_{this, [this] { showValueText(); }};
     QPointF pressPoint_;
     bool pressed_ = false;
     int backColor_ = Green;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 void ValueArray::resize(int points)
 {
@@ -50,7 +51,18 @@ QDateTime fromOleDate(double days)
 
 double currentOleDate()
 {
-    return toOleDate(QDateTime::currentDateTime());
+    // The local time's offset is looked up once a minute (offsets change only
+    // on whole minutes): a lookup reads the zone's rules from disk, once for
+    // every reading of every graph otherwise.
+    thread_local qint64 minute = std::numeric_limits<qint64>::min();
+    thread_local qint64 offsetMs = 0;
+    const qint64 nowMs = QDateTime::currentMSecsSinceEpoch();
+    if (nowMs / 60000 != minute) {
+        minute = nowMs / 60000;
+        offsetMs =
+            qint64(QDateTime::fromMSecsSinceEpoch(nowMs, Qt::LocalTime).offsetFromUtc()) * 1000;
+    }
+    return double(nowMs + offsetMs) / kMsPerDay + double(kOleDaysToUnixEpoch);
 }
 
 bool shiftArray(ValueArray& values, Notifier& notifier)

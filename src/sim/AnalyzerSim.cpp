@@ -60,9 +60,10 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
     connect(&line_, &PtyLine::received, this, &AnalyzerSim::onReceived);
     connect(&line_, &PtyLine::pulled, this, &AnalyzerSim::devicePulled);
 
-    const double rate = std::clamp(config_.readingsPerSecond, 0.01, 1000.0);
+    rate_ = std::clamp(config_.readingsPerSecond, 0.01, kMaxRate);
+    clocked_ = rate_ >= kClockedRate;
     stream_.setTimerType(Qt::PreciseTimer);
-    stream_.setInterval(qMax(1, qRound(1000.0 / rate)));
+    stream_.setInterval(clocked_ ? 1 : qMax(1, qRound(1000.0 / rate_)));
     connect(&stream_, &QTimer::timeout, this, &AnalyzerSim::onStreamTick);
 }
 
@@ -208,6 +209,8 @@ void AnalyzerSim::startStreaming()
 {
     if (stream_.isActive())
         return;
+    streamClock_.start();
+    streamReadings_ = 0;
     stream_.start();
     onStreamTick(); // the first record goes out at once
 }
@@ -223,10 +226,18 @@ void AnalyzerSim::stopStreaming()
 
 void AnalyzerSim::onStreamTick()
 {
-    // While the previous record is still on the line the analyzer skips a reading.
-    if (silent_ || pulled_ || line_.pendingBytes() >= kRecordLen)
+    if (silent_ || pulled_)
         return;
-    deliver(makeRecord(units_.front()), true);
+    // One reading a tick, skipped while the previous record is still on the
+    // line; clocked, every reading whose time has come: the line paces them
+    // out, and skips those it can't carry when it is too slow for the rate.
+    const qint64 due = clocked_ ? qint64(double(streamClock_.nsecsElapsed()) * rate_ / 1e9) + 1
+                                : streamReadings_ + 1;
+    const auto slackNs = kLineSlackNs + qint64(1e9 / rate_);
+    for (; streamReadings_ < due; ++streamReadings_) {
+        if (clocked_ ? line_.busyForNs() <= slackNs : line_.pendingBytes() < kRecordLen)
+            deliver(makeRecord(units_.front()), true);
+    }
 }
 
 int AnalyzerSim::takeReading(SimUnit& u)

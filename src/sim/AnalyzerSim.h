@@ -6,6 +6,7 @@
 #include "sim/SimUnit.h"
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QList>
 #include <QMutex>
 #include <QObject>
@@ -49,6 +50,15 @@ public:
         Fault fault = Fault::None;
         QByteArray bytes;
     };
+
+    // Streaming rates: up to kMaxRate readings a second. From kClockedRate on,
+    // a 1 ms tick makes every reading whose time has come since streaming
+    // began, so that rates above one reading a millisecond are met; one is
+    // skipped while the line is still busy with earlier ones for longer than
+    // kLineSlackNs and a reading's interval.
+    static constexpr double kMaxRate = 20000.0;
+    static constexpr double kClockedRate = 500.0;
+    static constexpr qint64 kLineSlackNs = 10'000'000;
 
     explicit AnalyzerSim(const SimConfig& config = {}, QObject* parent = nullptr);
 
@@ -113,6 +123,10 @@ private:
     LineSplitter splitter_;
     std::vector<SimUnit> units_;
     QTimer stream_;
+    double rate_ = 1.0;         // readings a second while streaming
+    bool clocked_ = false;      // readings made by streamClock_, several a tick
+    QElapsedTimer streamClock_; // since streaming began
+    qint64 streamReadings_ = 0; // reading slots passed since then, made or skipped
 
     bool silent_ = false;
     AnswerFault answers_ = AnswerFault::None;

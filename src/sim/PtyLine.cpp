@@ -151,6 +151,14 @@ qsizetype PtyLine::pendingBytes() const
     return n;
 }
 
+qint64 PtyLine::busyForNs() const
+{
+    if (queue_.empty())
+        return 0;
+    const auto lineEnd = qint64(double(lineBytes_ + pendingBytes()) * 1e10 / baud_);
+    return qMax<qint64>(0, lineEnd - lineClock_.nsecsElapsed());
+}
+
 qsizetype PtyLine::writeHead(qsizetype max)
 {
     Chunk& head = queue_.front();

@@ -41,6 +41,9 @@ public:
     // Forgets everything not yet written.
     void discardPending();
     qsizetype pendingBytes() const;
+    // How long the bytes still queued keep the line busy at its baud rate
+    // (0 when idle); bytes whose time has come count as gone.
+    qint64 busyForNs() const;
     // Bytes thrown away because nobody read the line and its buffer was full.
     qint64 droppedBytes() const { return dropped_; }
 

@@ -107,6 +107,30 @@ private Q_SLOTS:
         QVERIFY(!f.traceAt(img, m.map(19, v(19))));
     }
 
+    void screenRefreshCoalesced()
+    {
+        // Readings faster than the screen: each point is held at once, and one
+        // refresh puts them all on the screen.
+        const auto v = [](int p) { return 100 + p % 7 * 100; };
+        GraphFixture f(200);
+        MyPict* pict = f.w.picture();
+        QTRY_VERIFY(pict->hasBackingImage());
+        QTest::qWait(3 * ScreenRefresh::kRefreshMs); // the refresh of the first show is over
+        const int before = pict->refreshCount();
+        for (int p = 0; p < 150; ++p)
+            f.add(v(p));
+        QCOMPARE(f.w.pointCount(), 150);
+        QCOMPARE(f.w.arrays().value(149), v(149));
+        QTRY_COMPARE(pict->refreshCount(), before + 1);
+        QTest::qWait(2 * ScreenRefresh::kRefreshMs);
+        QCOMPARE(pict->refreshCount(), before + 1);
+        const QImage shown = pict->grab().toImage();
+        const GraphMapping m = pict->mapping();
+        for (int p : {1, 75, 149})
+            QVERIFY2(f.traceAt(shown, (m.map(p - 1, v(p - 1)) + m.map(p, v(p))) / 2),
+                     qPrintable(QString::number(p)));
+    }
+
     void hiddenKeepsNoImage()
     {
         GraphFixture f(20, 1000, false);
