@@ -4,6 +4,7 @@
 #include "app/Headless.h"
 #include "app/MDIFrm.h"
 #include "display/frmVal.h"
+#include "recording/CsvExport.h"
 #include "sim/SimConfig.h"
 #include "sim/SimHost.h"
 #include "station/Settings.h"
@@ -11,6 +12,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QFile>
 #include <QTimer>
 #include <cstring>
 #include <memory>
@@ -21,6 +23,7 @@ struct Options
 {
     bool headless = false;
     bool simLine = false; // the simulator is an RS-485 line
+    QStringList csvFiles; // --to-csv
     HeadlessOptions run;
 };
 
@@ -62,11 +65,25 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("With --simulate: simulate an RS-485 line of analyzers at these addresses "
                        "instead of one streaming analyzer (default with --rs485: 1-8)."),
         QStringLiteral("list"), QStringLiteral("1-8"));
-    cli.addOptions(
-        {headless, simulate, simRate, fromDevice, verbose, record, rs485, addresses, simLine});
+    const QCommandLineOption toCsv(
+        QStringLiteral("to-csv"),
+        QStringLiteral("Write the records of the data files given as arguments to standard "
+                       "output as CSV, in time order, and exit."));
+    cli.addOptions({headless, simulate, simRate, fromDevice, verbose, record, rs485, addresses,
+                    simLine, toCsv});
+    cli.addPositionalArgument(QStringLiteral("files"),
+                              QStringLiteral("With --to-csv: the data files (.dat)."),
+                              QStringLiteral("[FILE...]"));
     cli.process(app);
 
     Options o;
+    if (cli.isSet(toCsv)) {
+        o.csvFiles = cli.positionalArguments();
+        if (o.csvFiles.isEmpty()) {
+            std::fprintf(stderr, "velmora: --to-csv needs one or more data files\n");
+            std::exit(2);
+        }
+    }
     o.headless = cli.isSet(headless);
     o.run.simulate = cli.isSet(simulate);
     o.run.fromDevice = cli.isSet(fromDevice);
@@ -143,11 +160,30 @@ int runWindowed(QApplication& app, const Options& o)
     return rc;
 }
 
-// Headless runs, and the help and version texts, need no display.
+// The records of data files as CSV on standard output; what was skipped and
+// what could not be read on stderr. Fails only when nothing could be read.
+int runCsv(const QStringList& files)
+{
+    QFile out;
+    if (!out.open(stdout, QIODevice::WriteOnly)) {
+        std::fprintf(stderr, "velmora: can't write to standard output\n");
+        return 1;
+    }
+    const CsvResult r = exportCsv(files, out);
+    out.close();
+    for (const QString& e : r.errors)
+        std::fprintf(stderr, "velmora: %s\n", qPrintable(e));
+    std::fprintf(stderr, "velmora: %lld records written, %d damaged lines skipped\n", r.rows,
+                 r.skipped);
+    return r.rows == 0 && !r.errors.isEmpty() ? 1 : 0;
+}
+
+// Headless runs, CSV export, and the help and version texts need no display.
 bool needsNoScreen(int argc, char** argv)
 {
     for (int i = 1; i < argc; ++i) {
-        for (const char* option : {"--headless", "--help", "-h", "--help-all", "--version", "-v"}) {
+        for (const char* option :
+             {"--headless", "--to-csv", "--help", "-h", "--help-all", "--version", "-v"}) {
             if (std::strcmp(argv[i], option) == 0)
                 return true;
         }
@@ -170,6 +206,8 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         describe(app);
         const Options o = parse(app); // prints help or version and exits
+        if (!o.csvFiles.isEmpty())
+            return runCsv(o.csvFiles);
         return runHeadless(app, o.run);
     }
     QApplication app(argc, argv);

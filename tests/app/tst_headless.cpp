@@ -83,6 +83,32 @@ void HeadlessTest::printsReadingsAndStopsOnSigterm()
     QVERIFY(txt.open(QIODevice::ReadOnly));
     const QByteArray marks = txt.readAll();
     QVERIFY2(marks.startsWith("Start=") && marks.contains("\r\nStop-"), marks.constData());
+
+    // Exported again: every reading once, in order, with its time, value, zero
+    // position and alarm digit.
+    QProcess csv;
+    QStringList files{QStringLiteral("--to-csv")};
+    for (const QString& name : dats)
+        files << QDir(data).filePath(name);
+    csv.start(QStringLiteral(VELMORA_BIN), files);
+    QVERIFY(csv.waitForFinished(10000));
+    QCOMPARE(csv.exitCode(), 0);
+    QList<QByteArray> rows = csv.readAllStandardOutput().split('\n');
+    QCOMPARE(rows.takeFirst(),
+             "time,time_utc,record,address,raw,ppm,second_value,zero_position,alarm_level\r");
+    QCOMPARE(rows.takeLast(), QByteArray());
+    QCOMPARE(rows.size(), lines.size());
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        const QList<QByteArray> printed = lines[i].split(' ');
+        const QList<QByteArray> c = rows[i].chopped(1).split(',');
+        QCOMPARE(c.size(), 9);
+        QCOMPARE(c[0], QByteArray(printed[0]).replace('T', ' '));
+        QCOMPARE(QDateTime::fromString(QString::fromLatin1(c[1]), Qt::ISODate),
+                 QDateTime::fromString(QString::fromLatin1(printed[0]), Qt::ISODate));
+        QCOMPARE(c[2].toInt(), i + 1);
+        QCOMPARE(c[4], printed[1]);
+        QCOMPARE(c.mid(5), (QList<QByteArray>{printed[2], "", "0", "1"}));
+    }
 }
 
 void HeadlessTest::unusablePortIsAnErrorExit()

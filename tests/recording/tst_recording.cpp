@@ -3,6 +3,7 @@
 // simulated analyzer over a pseudo-terminal is tested through velmora --headless.
 #include "RecordingRig.h"
 #include "TestMain.h"
+#include "tst_recordfile.h"
 #include "recording/DataRecord.h"
 #include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
@@ -428,7 +429,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    return runTests<RecordingTest>(argc, argv);
+    return runTests<RecordingTest, RecordFileTest>(argc, argv);
 }
 
 #include "tst_recording.moc"
