@@ -93,6 +93,8 @@ void MDIFrm::buildMenus()
     QAction* endSaving = addItem(file, "mnuEndSaving", QStringLiteral("&End Saving"));
     endSaving->setVisible(false);
     connect(endSaving, &QAction::triggered, this, &MDIFrm::mnuEndSaving_Click);
+    connect(addItem(file, "mnuOpenRecord", QStringLiteral("&Open Record...")), &QAction::triggered,
+            this, &MDIFrm::mnuOpenRecord_Click);
     connect(addItem(file, "mnuReadConf", QStringLiteral("Load &PreSet")), &QAction::triggered, this,
             &MDIFrm::mnuReadConf_Click);
     connect(addItem(file, "mnuSaveConf", QStringLiteral("&Save Config")), &QAction::triggered, this,

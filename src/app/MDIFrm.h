@@ -59,6 +59,8 @@ public:
     void mnuSaveConf_Click();
     void mnuRunSaving_Click();
     void mnuEndSaving_Click();
+    // Asks for data files and opens a record viewer (frmRecord) on them.
+    void mnuOpenRecord_Click();
     void mnuOnTop_Click();
     void mnuOffTop_Click();
     void mnuContents_Click();

@@ -14,6 +14,7 @@
 #include "recording/DataRecorder.h"
 #include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
+#include "recording/frmRecord.h"
 #include "rs485/LinePoller.h"
 #include "rs485/Waits.h"
 #include "rs485/frmFind.h"
@@ -114,6 +115,18 @@ void MDIFrm::mnuRunSaving_Click()
     QAction* write = keys_.value(QStringLiteral("Write"));
     write->setText(QStringLiteral("End"));
     write->setChecked(true);
+}
+
+void MDIFrm::mnuOpenRecord_Click()
+{
+    // Each choice of files gets a viewer window of its own beside the frame,
+    // so two days can be compared; cancelling the choice opens none.
+    auto* viewer = new frmRecord(st_, this);
+    if (!viewer->cmdOpen_Click()) {
+        delete viewer;
+        return;
+    }
+    viewer->show();
 }
 
 void MDIFrm::mnuEndSaving_Click()

@@ -151,63 +151,42 @@ bool DataRecorder::writeRecord(const QByteArray& reply, const QDateTime& now)
 {
     if (dataPath_.isEmpty() || reply.isEmpty())
         return false;
-    held_.push_back({dataPath_, DataRecord::bytes(st_.recordCounter++, now, reply,
-                                                  st_.zeroPosition, st_.limit1, st_.limit2)});
-    if (held_.size() > size_t(kHeldMax)) {
-        held_.pop_front();
-        ++overflow_;
-    }
+    held_.add(dataPath_, DataRecord::bytes(st_.recordCounter++, now, reply, st_.zeroPosition,
+                                           st_.limit1, st_.limit2));
     // While the question is open the record waits behind the others.
     return !asking_ && writeHeld();
 }
 
-bool DataRecorder::appendTo(const QString& path, const QByteArray& bytes, QString* why)
-{
-    if (path == dataPath_)
-        return appendBytes(data_, dataPath_, bytes, why);
-    // An earlier hour's records, kept while its file could not be written.
-    return DataRecord::appendToPath(path, bytes, why);
-}
-
 bool DataRecorder::writeHeld(bool ask)
 {
-    const size_t had = held_.size();
-    while (!held_.empty()) {
-        // The records bound for one file go in one write.
-        const QString path = held_.front().path;
-        QByteArray run;
-        auto end = held_.begin();
-        for (; end != held_.end() && end->path == path; ++end)
-            run += end->bytes;
-        QString why;
-        if (!appendTo(path, run, &why)) {
-            if (!ask)
-                return false;
-            asking_ = true;
-            gaveUp_ = false;
-            QPointer<DataRecorder> self(this);
-            st_.notifier().askLater(
-                QStringLiteral("%1: %2").arg(path, why), Notifier::Retry | Notifier::Cancel,
-                [self](int button) {
-                    if (self)
-                        self->answered(button);
-                },
-                Notifier::Icon::Critical);
-            // A notifier that answers at once has written them, or given them up, already.
-            return held_.empty() && !gaveUp_;
-        }
-        held_.erase(held_.begin(), end);
+    const int had = held_.size();
+    QString path, why;
+    const bool done = held_.writeAll(
+        [this](const QString& to, const QByteArray& bytes, QString* failed) {
+            // An earlier hour's records go to their own file.
+            return to == dataPath_ ? appendBytes(data_, dataPath_, bytes, failed)
+                                   : DataRecord::appendToPath(to, bytes, failed);
+        },
+        &path, &why);
+    if (done) {
+        if (had > 1)
+            st_.notifier().note(held_.writtenNote(had, QStringLiteral("the data file")));
+        return true;
     }
-    if (had > 1 || overflow_ > 0) {
-        QString text = QStringLiteral("%1 records held while the data file was not writable "
-                                      "are written now")
-                           .arg(had);
-        if (overflow_ > 0)
-            text += QStringLiteral("; %1 older records had to be given up").arg(overflow_);
-        overflow_ = 0;
-        st_.notifier().note(text);
-    }
-    return true;
+    if (!ask)
+        return false;
+    asking_ = true;
+    gaveUp_ = false;
+    QPointer<DataRecorder> self(this);
+    st_.notifier().askLater(
+        QStringLiteral("%1: %2").arg(path, why), Notifier::Retry | Notifier::Cancel,
+        [self](int button) {
+            if (self)
+                self->answered(button);
+        },
+        Notifier::Icon::Critical);
+    // A notifier that answers at once has written them, or given them up, already.
+    return held_.empty() && !gaveUp_;
 }
 
 void DataRecorder::answered(int button)
@@ -218,11 +197,8 @@ void DataRecorder::answered(int button)
         return;
     }
     gaveUp_ = true;
-    if (held_.empty())
-        return;
-    st_.notifier().note(QStringLiteral("%1 records not written").arg(held_.size() + overflow_));
-    held_.clear();
-    overflow_ = 0;
+    if (const qint64 n = held_.clear())
+        st_.notifier().note(QStringLiteral("%1 records not written").arg(n));
 }
 
 bool DataRecorder::WriteComment(const QString& text)
@@ -272,12 +248,10 @@ void DataRecorder::end()
     // Recording ends: what is still kept gets one last try.
     asking_ = false;
     if (!held_.empty() && !writeHeld(false)) {
-        st_.notifier().message(QStringLiteral("%1 records not written to %2")
-                                   .arg(held_.size() + overflow_)
-                                   .arg(held_.front().path),
-                               Notifier::Icon::Exclamation);
-        held_.clear();
-        overflow_ = 0;
+        const QString path = held_.firstPath();
+        st_.notifier().message(
+            QStringLiteral("%1 records not written to %2").arg(held_.clear()).arg(path),
+            Notifier::Icon::Exclamation);
     }
     writeText(DataRecord::stopLine(clock()));
     CloseDataFiles();

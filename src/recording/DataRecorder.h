@@ -1,11 +1,12 @@
 #pragma once
 
+#include "recording/HeldRecords.h"
+
 #include <QDate>
 #include <QDateTime>
 #include <QFile>
 #include <QObject>
 #include <QTimer>
-#include <deque>
 #include <functional>
 
 class Station;
@@ -79,10 +80,7 @@ public:
     QString textFilePath() const { return textPath_; }
 
     // Records waiting for their file to be writable again.
-    int heldCount() const { return int(held_.size()); }
-    // The most records kept: two days at one reading a second. Beyond it the
-    // oldest are given up, and counted.
-    static constexpr int kHeldMax = 2 * 24 * 3600;
+    int heldCount() const { return held_.size(); }
 
     static constexpr char kChooserTitle[] = "Open Communications Log File";
     static constexpr char kChooserFilter[] = "Log Files (*.LOG)|*.log|All Files (*.*)|*.*";
@@ -99,17 +97,10 @@ private:
     bool appendBytes(QFile& f, const QString& path, const QByteArray& bytes, QString* why);
     bool writeText(const QByteArray& line);
     bool writeRecord(const QByteArray& reply, const QDateTime& now);
-    bool appendTo(const QString& path, const QByteArray& bytes, QString* why);
     // Writes the kept records in order; on failure asks Retry/Cancel when
     // `ask`. True when none is left.
     bool writeHeld(bool ask = true);
     void answered(int button);
-
-    struct Held
-    {
-        QString path;
-        QByteArray bytes;
-    };
 
     Station& st_;
     QFile data_;
@@ -119,8 +110,7 @@ private:
     QDateTime dataHour_; // date and hour the data file belongs to
     QDate textDay_;
     QTimer sync_; // started by a write, syncs the files to the disk when it fires
-    std::deque<Held> held_; // accepted, not yet written; oldest first
-    bool asking_ = false;   // the Retry/Cancel question is open
-    bool gaveUp_ = false;   // its answer was Cancel
-    qint64 overflow_ = 0;   // kept records given up for room
+    HeldRecords held_;    // accepted, not yet written
+    bool asking_ = false; // the Retry/Cancel question is open
+    bool gaveUp_ = false; // its answer was Cancel
 };

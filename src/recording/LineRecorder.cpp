@@ -83,7 +83,7 @@ void LineRecorder::end()
     for (auto& c : channels_) {
         if (c && !writeHeld(*c))
             st_.notifier().message(
-                QStringLiteral("%1 records not written to %2").arg(c->held.size()).arg(c->path),
+                QStringLiteral("%1 records not written to %2").arg(c->held.clear()).arg(c->path),
                 Notifier::Icon::Exclamation);
         c.reset();
     }
@@ -107,7 +107,7 @@ int LineRecorder::heldCount(int address) const
 {
     if (address < 0 || address >= Station::kAddresses || !channels_[size_t(address)])
         return 0;
-    return int(channels_[size_t(address)]->held.size());
+    return channels_[size_t(address)]->held.size();
 }
 
 bool LineRecorder::write(const Station::LineReading& r)
@@ -124,45 +124,32 @@ bool LineRecorder::write(const Station::LineReading& r)
                      .filePath(DataRecord::lineFileName(now, r.address));
         c.hour = hourOf(now);
     }
-    c.held.emplace_back(c.path, DataRecord::lineRecord(now, r.address, r.first, r.second,
-                                                       st_.zeroPosition, st_.limit1, st_.limit2,
-                                                       st_.lineRus[size_t(r.address)]));
-    if (c.held.size() > size_t(DataRecorder::kHeldMax)) {
-        c.held.pop_front();
-        ++c.overflow;
-    }
+    c.held.add(c.path, DataRecord::lineRecord(now, r.address, r.first, r.second, st_.zeroPosition,
+                                              st_.limit1, st_.limit2,
+                                              st_.lineRus[size_t(r.address)]));
     return writeHeld(c);
 }
 
 bool LineRecorder::writeHeld(Channel& c)
 {
-    const size_t had = c.held.size();
-    while (!c.held.empty()) {
-        const QString path = c.held.front().first;
-        QByteArray run;
-        auto end = c.held.begin();
-        for (; end != c.held.end() && end->first == path; ++end)
-            run += end->second;
-        QString why;
-        const bool ok = path == c.path ? DataRecord::reopenIfGone(c.file, c.path, &why) &&
-                                             DataRecord::appendWhole(c.file, run, &why)
-                                       : DataRecord::appendToPath(path, run, &why);
-        if (!ok) {
-            if (had == 1) // the first record that fails: later ones are kept quietly
-                st_.notifier().note(
-                    QStringLiteral("%1: %2; records are kept until it can be written")
-                        .arg(path, why));
-            return false;
-        }
-        c.held.erase(c.held.begin(), end);
+    const int had = c.held.size();
+    QString path, why;
+    const bool done = c.held.writeAll(
+        [&c](const QString& to, const QByteArray& bytes, QString* failed) {
+            if (to != c.path) // an earlier hour's records
+                return DataRecord::appendToPath(to, bytes, failed);
+            return DataRecord::reopenIfGone(c.file, c.path, failed) &&
+                   DataRecord::appendWhole(c.file, bytes, failed);
+        },
+        &path, &why);
+    if (!done) {
+        if (had == 1) // the first record that fails: later ones are kept quietly
+            st_.notifier().note(
+                QStringLiteral("%1: %2; records are kept until it can be written").arg(path, why));
+        return false;
     }
-    if (had > 1) {
-        QString text = QStringLiteral("%1 records kept for %2 are written now").arg(had).arg(c.path);
-        if (c.overflow > 0)
-            text += QStringLiteral("; %1 older records had to be given up").arg(c.overflow);
-        c.overflow = 0;
-        st_.notifier().note(text);
-    }
+    if (had > 1)
+        st_.notifier().note(c.held.writtenNote(had, c.path));
     if (!sync_.isActive())
         sync_.start();
     return true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/DataRecorder.h"
+#include "recording/HeldRecords.h"
 #include "station/Station.h"
 
 #include <QDateTime>
@@ -8,7 +9,6 @@
 #include <QObject>
 #include <QTimer>
 #include <array>
-#include <deque>
 #include <memory>
 
 // Recording on the RS-485 line: one data file per polled analyzer. A channel
@@ -58,8 +58,7 @@ private:
         QFile file;
         QString path;   // where records go now, kept while the file is away
         QDateTime hour; // of an automatic name; invalid for a chosen file
-        std::deque<std::pair<QString, QByteArray>> held; // file and record, oldest first
-        qint64 overflow = 0; // kept records given up for room
+        HeldRecords held;
     };
     bool open(int address, const QString& path, const QDateTime& hour);
     // Writes the channel's kept records in order; true when none is left.

@@ -48,4 +48,12 @@ inline constexpr char Rus[] = "Rus";
 
 inline constexpr char SecGeneral[] = "GENERAL";
 inline constexpr char NofComponents[] = "NofComponents";
+
+// The record viewer: the folder of the files last opened, how many there were
+// and each one's name (a full path when it lies elsewhere). One key a file, as
+// a value is read back at most 127 characters long.
+inline constexpr char SecViewer[] = "Viewer";
+inline constexpr char ViewerFolder[] = "Folder";
+inline constexpr char ViewerFiles[] = "Files";
+inline constexpr char ViewerFile[] = "File"; // followed by 1, 2, ...
 } // namespace Ini

@@ -3,10 +3,11 @@
 // simulated analyzer over a pseudo-terminal is tested through velmora --headless.
 #include "RecordingRig.h"
 #include "TestMain.h"
-#include "tst_recordfile.h"
 #include "recording/DataRecord.h"
 #include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
+#include "tst_recordfile.h"
+#include "tst_viewer.h"
 
 #include <QFileInfo>
 #include <QLineEdit>
@@ -429,7 +430,7 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    return runTests<RecordingTest, RecordFileTest>(argc, argv);
+    return runTests<RecordingTest, RecordFileTest, RecordTraceTest, ViewerTest>(argc, argv);
 }
 
 #include "tst_recording.moc"

@@ -1,0 +1,392 @@
+// The record viewer: column extremes of a trace, and the window through its
+// controls (opening files, zoom and pan gestures, the cursor read-out, damaged
+// and growing files, CSV export).
+#pragma once
+
+#include "RecordingNotifier.h"
+#include "recording/DataRecord.h"
+#include "recording/RecordPlot.h"
+#include "recording/frmRecord.h"
+#include "station/Station.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLabel>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QWheelEvent>
+#include <functional>
+
+namespace viewer {
+const QDateTime kStart(QDate(2026, 11, 15), QTime(14, 0, 0));
+
+inline QDateTime at(int h, int m, int s)
+{
+    return QDateTime(kStart.date(), QTime(h, m, s));
+}
+
+// Records as the station writes them, every `everySec` from `from` on: the
+// single analyzer's hourly files (each counting from 1) or, with an address,
+// the line's. Limits 50 and 80 give the alarm digits. Returns the files.
+inline QStringList record(const QString& folder, const QDateTime& from, int count, int everySec,
+                          const std::function<int(int)>& value, int address = -1)
+{
+    QStringList paths;
+    int counter = 0;
+    for (int i = 0; i < count; ++i) {
+        const QDateTime t = from.addSecs(qint64(i) * everySec);
+        const QString name =
+            address < 0 ? DataRecord::dataFileName(t) : DataRecord::lineFileName(t, address);
+        const QString path = folder + '/' + name;
+        if (!paths.contains(path)) {
+            paths << path;
+            counter = 0;
+        }
+        const QString v = QString::number(value(i)).rightJustified(5, '0');
+        const QByteArray bytes =
+            address < 0 ? DataRecord::bytes(++counter, t, v.toLatin1() + '\r', 0, 50, 80)
+                        : DataRecord::lineRecord(t, address, v, "04100", 0, 50, 80, false);
+        QString why;
+        if (!DataRecord::appendToPath(path, bytes, &why))
+            return {};
+    }
+    QString why;
+    if (!DataRecord::appendToPath(folder + '/' + DataRecord::textFileName(from),
+                                  DataRecord::startLine(from), &why))
+        return {};
+    return paths;
+}
+
+// 1.9 ppm, with a rise from 6.0 to 11.5 ppm from 14:30:00 to 14:31:50.
+inline int peak(int i)
+{
+    return i >= 180 && i < 192 ? 60 + (i - 180) * 5 : 19;
+}
+
+inline void setOld(const QString& path)
+{
+    QFile f(path);
+    f.open(QIODevice::ReadWrite);
+    f.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime);
+}
+} // namespace viewer
+
+// The trace behind the picture: what each pixel column is drawn from.
+class RecordTraceTest : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    // Every column holds the extremes and highest alarm digit of exactly its
+    // records, however the pyramid splits them: spikes and dips at every
+    // offset from its node edges are each drawn in their own column.
+    void columnExtremes_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<int>("width");
+        QTest::addColumn<double>("fromShare"); // the range, as shares of the records' span
+        QTest::addColumn<double>("toShare");
+        QTest::addColumn<int>("split"); // appended in two parts there; negative: the later first
+        QTest::newRow("dense") << 200000 << 300 << 0.0 << 1.0 << 0;
+        QTest::newRow("odd width") << 200000 << 257 << 0.0 << 1.0 << 0;
+        QTest::newRow("zoomed") << 200000 << 640 << 0.45 << 0.55 << 0;
+        QTest::newRow("sparse") << 3000 << 1200 << 0.2 << 0.9 << 0;
+        QTest::newRow("a few records") << 200000 << 300 << 0.5 << 0.50004 << 0;
+        QTest::newRow("appended") << 100000 << 300 << 0.0 << 1.0 << 50001;
+        QTest::newRow("out of order") << 100000 << 300 << 0.0 << 1.0 << -50001;
+    }
+    void columnExtremes()
+    {
+        QFETCH(int, count);
+        QFETCH(int, width);
+        QFETCH(double, fromShare);
+        QFETCH(double, toShare);
+        QFETCH(int, split);
+        constexpr qint64 t0 = 1'000'000, step = 50;
+        QVector<RecordFile::Record> recs(count);
+        for (int i = 0; i < count; ++i) {
+            const bool spike = i % 997 == 0, dip = i % 1009 == 5;
+            recs[i].utcMs = t0 + i * step;
+            recs[i].number = i + 1;
+            recs[i].raw = spike ? 900 : dip ? -50 : 20 + i % 7;
+            recs[i].alarm = spike ? 3 : dip ? 1 : 0;
+        }
+        RecordTrace t(-1);
+        if (split == 0) {
+            t.append(recs);
+        } else if (split > 0) {
+            t.append(recs.mid(0, split));
+            t.append(recs.mid(split));
+        } else {
+            t.append(recs.mid(-split));
+            t.append(recs.mid(0, -split));
+        }
+        const qint64 from = t0 + qint64(count * step * fromShare);
+        const qint64 to = t0 + qint64(count * step * toShare);
+        const auto cols = t.columns(from, to, width);
+        QVERIFY(cols.size() >= 3);
+        for (size_t c = 0; c < cols.size(); ++c) {
+            // A column's records run up to the next column's first; the
+            // columns outside the range hold one record each.
+            const bool inside = cols[c].x >= 0 && cols[c].x < width;
+            const qsizetype begin = cols[c].firstIndex;
+            const qsizetype end = !inside               ? begin + 1
+                                  : c + 1 < cols.size() ? cols[c + 1].firstIndex
+                                                        : t.lowerBound(to);
+            QVERIFY(end > begin);
+            const qint64 x = (t.timeAt(begin) - from) * width / (to - from);
+            QCOMPARE(cols[c].x, t.timeAt(begin) < from ? -1 : int(std::min<qint64>(x, width)));
+            RecordTrace::Extent e{INT_MAX, INT_MIN, 0};
+            for (qsizetype i = begin; i < end; ++i) {
+                QCOMPARE(t.numberAt(i), int(i + 1));
+                e.min = std::min(e.min, t.rawAt(i));
+                e.max = std::max(e.max, t.rawAt(i));
+                e.alarm = std::max(e.alarm, t.alarmAt(i));
+            }
+            QCOMPARE(cols[c].extent.min, e.min);
+            QCOMPARE(cols[c].extent.max, e.max);
+            QCOMPARE(cols[c].extent.alarm, e.alarm);
+            if (inside && end < t.size())
+                QVERIFY((t.timeAt(end) - from) * width / (to - from) > cols[c].x);
+        }
+    }
+};
+
+class ViewerTest : public QObject
+{
+    Q_OBJECT
+    std::unique_ptr<QTemporaryDir> dir_;
+    RecordingNotifier n_;
+    std::unique_ptr<Station> st_;
+    std::unique_ptr<frmRecord> w_;
+    QStringList day_; // two hours of the single analyzer, one of A005, every 10 s
+
+    RecordPlot* plot() { return w_->plot(); }
+    QString readoutText() { return w_->findChild<QLabel*>("lblReadout")->text(); }
+    QPoint pointOf(const QDateTime& t, int raw)
+    {
+        return QPointF(plot()->xOf(t.toMSecsSinceEpoch()), plot()->yOf(raw)).toPoint();
+    }
+    void open(const QStringList& paths)
+    {
+        w_->chooseFiles = [paths](const QString&, const QStringList&) { return paths; };
+        w_->findChild<QPushButton*>("cmdOpen")->click();
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        dir_ = std::make_unique<QTemporaryDir>();
+        qputenv("XDG_CONFIG_HOME", dir_->filePath("config").toLocal8Bit());
+        QDir().mkpath(dir_->filePath("data"));
+        st_ = std::make_unique<Station>(n_);
+        st_->dataFolder = dir_->filePath("data");
+        day_ = viewer::record(st_->dataFolder, viewer::kStart, 720, 10, viewer::peak) +
+               viewer::record(
+                   st_->dataFolder, viewer::kStart, 360, 10, [](int) { return 40; }, 5);
+        for (const QString& p : day_)
+            viewer::setOld(p);
+        w_ = std::make_unique<frmRecord>(*st_);
+        w_->setAttribute(Qt::WA_DeleteOnClose, false);
+        w_->resize(1000, 600);
+        w_->show();
+        QVERIFY(QTest::qWaitForWindowExposed(w_.get()));
+    }
+    void cleanup()
+    {
+        w_.reset();
+        st_.reset();
+    }
+
+    void opensFilesAndRemembersThem()
+    {
+        QString folder;
+        QStringList names;
+        w_->chooseFiles = [&](const QString& f, const QStringList& n) {
+            folder = f;
+            names = n;
+            return day_;
+        };
+        auto* cmdOpen = w_->findChild<QPushButton*>("cmdOpen");
+        cmdOpen->click();
+        QCOMPARE(folder, st_->dataFolder);
+        QVERIFY(names.isEmpty());
+        QCOMPARE(w_->statusText(), "14h15_11.dat: 360 records; 15h15_11.dat: 360 records; "
+                                   "14h15_11_A005.dat: 360 records");
+        QCOMPARE(plot()->traces().size(), size_t(2));
+        QCOMPARE(plot()->traces()[0]->name() + ' ' + QString::number(plot()->traces()[0]->size()),
+                 "Main 720");
+        QCOMPARE(plot()->traces()[1]->name() + ' ' + QString::number(plot()->traces()[1]->size()),
+                 "A005 360");
+        QVERIFY(plot()->range().from < viewer::at(14, 0, 0).toMSecsSinceEpoch());
+        QVERIFY(plot()->range().to > viewer::at(15, 59, 50).toMSecsSinceEpoch());
+        // The next opening starts in that folder with those files selected.
+        cmdOpen->click();
+        QCOMPARE(folder, st_->dataFolder);
+        QCOMPARE(names, QStringList({"14h15_11.dat", "15h15_11.dat", "14h15_11_A005.dat"}));
+    }
+
+    void readout_data()
+    {
+        QTest::addColumn<QDateTime>("from");
+        QTest::addColumn<QDateTime>("t");
+        QTest::addColumn<int>("raw");
+        QTest::addColumn<QString>("expected");
+        using viewer::at;
+        QTest::newRow("peak, alarm 1") << at(14, 29, 0) << at(14, 30, 30) << 75
+                                       << "Main  15.11.2026 14:30:30  7.5 ppm  No. 184  alarm 1";
+        QTest::newRow("peak, alarm 3") << at(14, 29, 0) << at(14, 30, 50) << 85
+                                       << "Main  15.11.2026 14:30:50  8.5 ppm  No. 186  alarm 3";
+        QTest::newRow("the line's analyzer below") << at(14, 29, 0) << at(14, 30, 30) << 40
+                                                   << "A005  15.11.2026 14:30:30  4.0 ppm  No. 184";
+        QTest::newRow("the next hour's file counts anew")
+            << at(14, 59, 0) << at(15, 0, 10) << 19 << "Main  15.11.2026 15:00:10  1.9 ppm  No. 2";
+    }
+    void readout()
+    {
+        QFETCH(QDateTime, from);
+        QFETCH(QDateTime, t);
+        QFETCH(int, raw);
+        open(day_);
+        plot()->setRange(from.toMSecsSinceEpoch(), from.addSecs(180).toMSecsSinceEpoch());
+        QTest::mouseMove(plot(), pointOf(t, raw));
+        QTEST(readoutText(), "expected");
+        QTEST(plot()->readoutAt(pointOf(t, raw) + QPoint(3, -3)).text, "expected");
+    }
+
+    // Gestures from 14:40-15:20; the expected range in shares of that range.
+    void gestures_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("code"); // mouse button, wheel delta or key
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<double>("a"); // where it starts and ends, shares of the width
+        QTest::addColumn<double>("b");
+        QTest::addColumn<double>("expFrom");
+        QTest::addColumn<double>("expTo");
+        const int left = Qt::LeftButton, none = Qt::NoModifier, shift = Qt::ShiftModifier;
+        QTest::newRow("drag a range") << "drag" << left << none << 0.25 << 0.6 << 0.25 << 0.6;
+        QTest::newRow("drag it leftwards") << "drag" << left << none << 0.6 << 0.25 << 0.25 << 0.6;
+        QTest::newRow("right drag pans")
+            << "drag" << int(Qt::RightButton) << none << 0.6 << 0.4 << 0.2 << 1.2;
+        QTest::newRow("middle drag pans")
+            << "drag" << int(Qt::MiddleButton) << none << 0.5 << 0.3 << 0.2 << 1.2;
+        QTest::newRow("shift drag pans") << "drag" << left << shift << 0.4 << 0.6 << -0.2 << 0.8;
+        QTest::newRow("wheel in") << "wheel" << 120 << none << 0.25 << 0.0 << 0.05 << 0.85;
+        QTest::newRow("wheel out") << "wheel" << -120 << none << 0.25 << 0.0 << -0.0625 << 1.1875;
+        QTest::newRow("+") << "key" << int(Qt::Key_Plus) << none << 0.0 << 0.0 << 0.25 << 0.75;
+        QTest::newRow("-") << "key" << int(Qt::Key_Minus) << none << 0.0 << 0.0 << -0.5 << 1.5;
+        QTest::newRow("left") << "key" << int(Qt::Key_Left) << none << 0.0 << 0.0 << -0.125
+                              << 0.875;
+        QTest::newRow("right") << "key" << int(Qt::Key_Right) << none << 0.0 << 0.0 << 0.125
+                               << 1.125;
+        QTest::newRow("Home shows all")
+            << "key" << int(Qt::Key_Home) << none << 0.0 << 0.0 << 0.0 << 0.0;
+    }
+    void gestures()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, code);
+        QFETCH(int, modifiers);
+        QFETCH(double, a);
+        QFETCH(double, b);
+        QFETCH(double, expFrom);
+        QFETCH(double, expTo);
+        open(day_);
+        plot()->setRange(viewer::at(14, 40, 0).toMSecsSinceEpoch(),
+                         viewer::at(15, 20, 0).toMSecsSinceEpoch());
+        const RecordPlot::Range r = plot()->range();
+        const QRect area = plot()->plotArea();
+        const auto px = [&](double share) {
+            return QPoint(area.left() + int(std::lround(share * area.width())), area.center().y());
+        };
+        const auto mods = Qt::KeyboardModifiers(modifiers);
+        if (kind == "drag") {
+            QTest::mousePress(plot(), Qt::MouseButton(code), mods, px(a));
+            QTest::mouseMove(plot(), px((a + b) / 2));
+            QTest::mouseMove(plot(), px(b));
+            QTest::mouseRelease(plot(), Qt::MouseButton(code), mods, px(b));
+        } else if (kind == "wheel") {
+            QWheelEvent e(px(a), plot()->mapToGlobal(px(a)), QPoint(), QPoint(0, code),
+                          Qt::NoButton, mods, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(plot(), &e);
+        } else {
+            QTest::keyClick(plot(), Qt::Key(code), mods);
+        }
+        if (code == Qt::Key_Home) {
+            QCOMPARE(plot()->range(), plot()->fullRange());
+            return;
+        }
+        const double msPerPx = double(r.to - r.from) / area.width();
+        const auto at = [&](double share) { return r.from + qint64(share * (r.to - r.from)); };
+        QVERIFY2(std::abs(plot()->range().from - at(expFrom)) <= msPerPx,
+                 qPrintable(QDateTime::fromMSecsSinceEpoch(plot()->range().from).toString()));
+        QVERIFY2(std::abs(plot()->range().to - at(expTo)) <= msPerPx,
+                 qPrintable(QDateTime::fromMSecsSinceEpoch(plot()->range().to).toString()));
+    }
+
+    // Each file says what became of it; the readable ones are shown.
+    void damagedFilesReported()
+    {
+        const QString data = st_->dataFolder;
+        const auto put = [&](const QString& name, const QByteArray& bytes) {
+            QFile f(data + '/' + name);
+            f.open(QIODevice::WriteOnly);
+            f.write(bytes);
+            f.close();
+            viewer::setOld(f.fileName());
+            return f.fileName();
+        };
+        const QDateTime t = viewer::at(13, 0, 0);
+        const QString damaged = put(
+            "13h15_11.dat", DataRecord::bytes(1, t, "00020\r", 0, 50, 80) + "x\x01=garbage\r\n" +
+                                DataRecord::bytes(2, t.addSecs(1), "00021\r", 0, 50, 80) +
+                                DataRecord::bytes(3, t.addSecs(2), "00022\r", 0, 50, 80).left(12));
+        const QString empty = put("12h15_11.dat", QByteArray());
+        const QString foreign = put("notes.dat", "[COMPORTS]\r\nNCOM=2\r\n");
+        open({day_[0], damaged, empty, foreign});
+        const QString status = w_->statusText();
+        QVERIFY2(status.startsWith("362 records in 4 files; 13h15_11.dat: 2 records, "
+                                   "2 damaged lines skipped; notes.dat: "),
+                 qPrintable(status));
+        QCOMPARE(plot()->traces().size(), size_t(1));
+        QCOMPARE(plot()->traces()[0]->size(), 362);
+        QVERIFY(w_->findChild<QLabel*>("lblStatus")->toolTip().contains("12h15_11.dat: 0 records"));
+    }
+
+    // A file the station is writing: its last line waits for its end, and
+    // what is appended comes into view by itself.
+    void followsAGrowingFile()
+    {
+        const QDateTime t = viewer::at(16, 0, 0);
+        QByteArray bytes;
+        for (int i = 0; i < 15; ++i)
+            bytes += DataRecord::bytes(i + 1, t.addSecs(i), "00019\r", 0, 50, 80);
+        const qsizetype cut = bytes.indexOf("00011\t") + 12;
+        const QString path = st_->dataFolder + "/16h15_11.dat";
+        QString why;
+        QVERIFY(DataRecord::appendToPath(path, bytes.left(cut), &why));
+        open({path});
+        QCOMPARE(w_->statusText(), "16h15_11.dat: 10 records");
+        QVERIFY(DataRecord::appendToPath(path, bytes.mid(cut), &why));
+        QTRY_COMPARE_WITH_TIMEOUT(w_->statusText(), "16h15_11.dat: 15 records",
+                                  3 * frmRecord::kPollMs);
+        QCOMPARE(plot()->range(), plot()->fullRange()); // showing all, it follows the end
+    }
+
+    void exportsCsv()
+    {
+        open(day_);
+        QString suggested;
+        w_->chooseSaveFile = [&](const QString& s) {
+            suggested = s;
+            return dir_->filePath("day.csv");
+        };
+        w_->findChild<QPushButton*>("cmdExport")->click();
+        QCOMPARE(suggested, st_->dataFolder + "/14h15_11.csv");
+        QCOMPARE(w_->statusText(), "Exported 1080 rows to day.csv");
+        QFile f(dir_->filePath("day.csv"));
+        QVERIFY(f.open(QIODevice::ReadOnly));
+        QCOMPARE(f.readAll().count("\r\n"), 1081);
+    }
+};
