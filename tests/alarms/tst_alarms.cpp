@@ -1,11 +1,10 @@
 // Alarm thresholds: the check's sequences and the thresholds dialog. The
 // windows it drives are tested through the main frame.
-#include "RecordingNotifier.h"
+#include "FakeGraph.h"
+#include "StationRig.h"
 #include "TestMain.h"
 #include "alarms/AlarmCheck.h"
 #include "alarms/frmAlarm.h"
-#include "display/GraphTable.h"
-#include "station/Station.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -24,16 +23,16 @@ public:
     QString message;
 };
 
-class FakeGraph : public TrendGraph
+// The check at a fixed time of day, showing on a fake alarm view.
+struct AlarmRig : StationRig
 {
-public:
-    bool SetNewPointA() override { return true; }
-    void SetLimit1Y(qint32 limit) override { limits[0] = limit; }
-    void SetLimit2Y(qint32 limit) override { limits[1] = limit; }
-    bool SetScalesX(int) override { return true; }
-    bool SetScalesY(double) override { return true; }
-    void setSynchro(bool) override {}
-    QList<qint32> limits{0, 0};
+    AlarmRig()
+    {
+        alarms.clock = [] { return QDateTime(QDate(2026, 11, 15), QTime(14, 5, 0)); };
+        alarms.setView(&view);
+    }
+    AlarmCheck alarms{st};
+    FakeView view;
 };
 } // namespace
 
@@ -75,65 +74,55 @@ private Q_SLOTS:
         QFETCH(QPoint, limits);
         QFETCH(QString, script);
         QFETCH(QString, lines);
-        RecordingNotifier n;
-        Station st(n);
-        st.limit1 = limits.x();
-        st.limit2 = limits.y();
-        AlarmCheck alarms(st);
-        alarms.clock = [] { return QDateTime(QDate(2026, 11, 15), QTime(14, 5, 0)); };
-        FakeView view;
-        alarms.setView(&view);
+        AlarmRig r;
+        r.st.limit1 = limits.x();
+        r.st.limit2 = limits.y();
         for (const QString& step : script.split(' ')) {
             if (step == "tick")
-                alarms.tmrSound_Timer();
+                r.alarms.tmrSound_Timer();
             else if (step == "ok")
-                alarms.acknowledge();
+                r.alarms.acknowledge();
             else if (step == "close")
-                alarms.commentUnloaded();
+                r.alarms.commentUnloaded();
             else if (step == "unattended")
-                alarms.acknowledgeWhenQuiet = true;
+                r.alarms.acknowledgeWhenQuiet = true;
             else
-                st.deliver(step.toDouble(), QByteArray()); // through the station's alarm sink
+                r.st.deliver(step.toDouble(), QByteArray()); // through the station's alarm sink
         }
-        QTEST(view.beeps, "beeps");
-        QTEST(alarms.tmrSound.interval(), "interval");
-        QCOMPARE(alarms.tmrSound.isActive(), alarms.tmrSound.interval() != 0);
+        QTEST(r.view.beeps, "beeps");
+        QTEST(r.alarms.tmrSound.interval(), "interval");
+        QCOMPARE(r.alarms.tmrSound.isActive(), r.alarms.tmrSound.interval() != 0);
         QString expected;
         if (lines.contains('1'))
             expected = "15/11/26 14:05:00-1-й порог превышен";
         if (lines.contains('2'))
             expected += "\r\n15/11/26 14:05:00-2-й порог превышен";
-        QCOMPARE(view.message, expected);
-        QTEST(view.shows, "shows");
-        QTEST(view.color, "color");
+        QCOMPARE(r.view.message, expected);
+        QTEST(r.view.shows, "shows");
+        QTEST(r.view.color, "color");
     }
 
     // On the RS-485 line each analyzer's lines name it, and the sound follows
     // the highest level among them.
     void lineChannels()
     {
-        RecordingNotifier n;
-        Station st(n);
-        AlarmCheck alarms(st);
-        alarms.clock = [] { return QDateTime(QDate(2026, 11, 15), QTime(14, 5, 0)); };
-        FakeView view;
-        alarms.setView(&view);
+        AlarmRig r;
         auto reading = [&](int address, double v) {
-            Station::LineReading r;
-            r.address = address;
-            r.value = v;
-            st.deliverLine(r);
-            return alarms.tmrSound.interval();
+            Station::LineReading x;
+            x.address = address;
+            x.value = v;
+            r.st.deliverLine(x);
+            return r.alarms.tmrSound.interval();
         };
         QCOMPARE(reading(5, 90), 250);
         QCOMPARE(reading(10, 60), 250); // 5 is still above Limit2
-        QCOMPARE(view.message, QStringLiteral("15/11/26 14:05:00-1-й порог превышен Addr=005\r\n"
-                                              "15/11/26 14:05:00-2-й порог превышен Addr=005\r\n"
-                                              "15/11/26 14:05:00-1-й порог превышен Addr=010"));
+        QCOMPARE(r.view.message, QStringLiteral("15/11/26 14:05:00-1-й порог превышен Addr=005\r\n"
+                                                "15/11/26 14:05:00-2-й порог превышен Addr=005\r\n"
+                                                "15/11/26 14:05:00-1-й порог превышен Addr=010"));
         QCOMPARE(reading(5, 20), 700); // 10 still above Limit1
         QCOMPARE(reading(10, 20), 0);
-        QCOMPARE(view.color, int(AlarmCheck::Green));
-        QCOMPARE(view.beeps, 1);
+        QCOMPARE(r.view.color, int(AlarmCheck::Green));
+        QCOMPARE(r.view.beeps, 1);
     }
 };
 
@@ -146,29 +135,27 @@ private Q_SLOTS:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("left");
         QTest::addColumn<int>("badData");
-        QTest::newRow("12. cleared at the full stop") << "12."
-                                                      << "" << 1;
-        QTest::newRow("12.5") << "12.5"
-                              << "5" << 1;
-        QTest::newRow("1/2 passes") << "1/2"
-                                    << "1/2" << 0;
-        QTest::newRow("minus sign") << "-5"
-                                    << "5" << 1;
+        const auto row = [](const char* name, const QString& typed, const QString& left, int bad) {
+            QTest::newRow(name) << typed << left << bad;
+        };
+        row("12. cleared at the full stop", "12.", "", 1);
+        row("12.5", "12.5", "5", 1);
+        row("1/2 passes", "1/2", "1/2", 0);
+        row("minus sign", "-5", "5", 1);
     }
     void filter()
     {
         QFETCH(QString, typed);
         QFETCH(int, badData);
-        RecordingNotifier n;
-        Station st(n);
-        frmAlarm dlg(st);
+        StationRig r;
+        frmAlarm dlg(r.st);
         for (const char* name : {"txtAlarm1", "txtAlarm2"}) {
             auto* box = dlg.findChild<QLineEdit*>(name);
             box->clear();
             QTest::keyClicks(box, typed);
             QTEST(box->text(), "left");
         }
-        QCOMPARE(n.messages, QStringList(2 * badData, "Bad Data"));
+        QCOMPARE(r.n.messages, QStringList(2 * badData, "Bad Data"));
     }
 
     void ok_data()
@@ -176,32 +163,25 @@ private Q_SLOTS:
         QTest::addColumn<QString>("limit1");
         QTest::addColumn<QString>("limit2");
         QTest::addColumn<QString>("message"); // empty: accepted
-        QTest::newRow("both empty") << ""
-                                    << ""
-                                    << "Fill Limit 1 Value";
-        QTest::newRow("second empty") << "10"
-                                      << ""
-                                      << "Fill Limit 2 Value";
-        QTest::newRow("1/2") << "1/2"
-                             << "80"
-                             << "Bad Limit Value";
-        QTest::newRow("beyond 32 bits") << "10"
-                                        << "3000000000"
-                                        << "Bad Limit Value";
-        QTest::newRow("Limit2 below Limit1") << "70"
-                                             << "60"
-                                             << "";
+        const auto row = [](const char* name, const QString& l1, const QString& l2,
+                            const QString& message) { QTest::newRow(name) << l1 << l2 << message; };
+        row("both empty", "", "", "Fill Limit 1 Value");
+        row("second empty", "10", "", "Fill Limit 2 Value");
+        row("1/2", "1/2", "80", "Bad Limit Value");
+        row("beyond 32 bits", "10", "3000000000", "Bad Limit Value");
+        row("Limit2 below Limit1", "70", "60", "");
     }
     void ok()
     {
         QFETCH(QString, message);
-        RecordingNotifier n;
-        Station st(n);
-        FakeGraph main;
-        FakeGraph added;
-        GraphTable::of(st).setMainGraph(&main);
-        GraphTable::of(st).set(0, &added);
-        frmAlarm dlg(st);
+        StationRig r;
+        // The limit lines go to the main graph and the first added one only.
+        QStringList log;
+        FakeGraph main(log, "main"), added(log, "added"), later(log, "later");
+        GraphTable::of(r.st).setMainGraph(&main);
+        GraphTable::of(r.st).set(0, &added);
+        GraphTable::of(r.st).set(1, &later);
+        frmAlarm dlg(r.st);
         auto* txt1 = dlg.findChild<QLineEdit*>("txtAlarm1");
         auto* txt2 = dlg.findChild<QLineEdit*>("txtAlarm2");
         QCOMPARE(txt1->text() + ' ' + txt2->text(), QString("50 80"));
@@ -211,18 +191,16 @@ private Q_SLOTS:
         txt2->setText(limit2);
         dlg.findChild<QPushButton*>("cmdOK")->click();
         const bool accepted = message.isEmpty();
-        QCOMPARE(n.messages, accepted ? QStringList() : QStringList(message));
+        QCOMPARE(r.n.messages, accepted ? QStringList() : QStringList(message));
         QCOMPARE(dlg.result() == QDialog::Accepted, accepted);
-        const QList<qint32> set = accepted ? QList<qint32>{70, 60} : QList<qint32>{0, 0};
-        QCOMPARE(QList<qint32>({st.limit1, st.limit2}), accepted ? set : QList<qint32>({50, 80}));
-        QCOMPARE(main.limits, set);
-        QCOMPARE(added.limits, set);
+        QCOMPARE(QList<qint32>({r.st.limit1, r.st.limit2}),
+                 (accepted ? QList<qint32>{70, 60} : QList<qint32>{50, 80}));
+        QCOMPARE(log, (accepted ? QStringList{"main SetLimit1Y 70", "main SetLimit2Y 60",
+                                              "added SetLimit1Y 70", "added SetLimit2Y 60"}
+                                : QStringList()));
     }
 };
 
-int main(int argc, char** argv)
-{
-    return runTests<AlarmTest, AlarmDialogTest>(argc, argv);
-}
+VELMORA_TEST_MAIN(AlarmTest, AlarmDialogTest)
 
 #include "tst_alarms.moc"

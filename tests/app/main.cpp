@@ -1,7 +1,4 @@
 #include "TestMain.h"
 #include "tst_app.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<MainFrameTest, CommandPanelTest, ViewsTest, HeadlessTest>(argc, argv);
-}
+VELMORA_TEST_MAIN(MainFrameTest, CommandPanelTest, ViewsTest, HeadlessTest)

@@ -5,43 +5,43 @@
 #include <QTemporaryDir>
 #include <memory>
 
-class MainFrameTest : public QObject
+// A fresh configuration folder for each test, so that no settings file
+// carries over from one to the next.
+class FreshConfigTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
     void init();
+
+protected:
+    std::unique_ptr<QTemporaryDir> dir_;
+};
+
+class MainFrameTest : public FreshConfigTest
+{
+    Q_OBJECT
+private Q_SLOTS:
     void menus();
     void onTopToggle();
     void showValueShortcut();
     void loadPreSet();
     void writeToggle();
     void alarmReachesWindowsAndFiles();
-    void commandPanel();
-    void typeChangeStops();
-    void closeBoxRunsExit();
+    void typeChangeAndExitStop();
     void comPortChangeReopens();
-
-private:
-    std::unique_ptr<QTemporaryDir> dir_;
 };
 
-class CommandPanelTest : public QObject
+class CommandPanelTest : public FreshConfigTest
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
     void panelFollowsTheLine();
-    void zeroKeysWithoutData();
-    void zeroEntry_data();
-    void zeroEntry();
+    void zeroBox_data();
+    void zeroBox();
     void zeroWhileStreaming();
     void runButtonFollowsRunning();
-    void preSetRecordsGraphPlaces();
     void messagesDoNotStopReadings();
     void writeQuestionDoesNotWait();
-
-private:
-    std::unique_ptr<QTemporaryDir> dir_;
 };
 
 class HeadlessTest : public QObject
@@ -55,17 +55,13 @@ private Q_SLOTS:
     void lineRecordsAndSummarises();
 };
 
-class ViewsTest : public QObject
+class ViewsTest : public FreshConfigTest
 {
     Q_OBJECT
 private Q_SLOTS:
-    void init();
     void toggles_data();
     void toggles();
     void readingsReachViews();
     void chartScales_data();
     void chartScales();
-
-private:
-    std::unique_ptr<QTemporaryDir> dir_;
 };

@@ -1,15 +1,10 @@
 // The main frame's command panel: the command buttons' enabled state, the
 // zero keys and their entry box, and the Run button when Run can't start.
-#include "Pty.h"
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "alarms/AlarmCheck.h"
 #include "app/GuiNotifier.h"
 #include "app/MDIFrm.h"
-#include "app/twips.h"
 #include "recording/DataRecorder.h"
-#include "sim/AnalyzerSim.h"
-#include "station/IniFile.h"
-#include "station/Station.h"
 #include "tst_app.h"
 
 #include <QAction>
@@ -17,7 +12,6 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMdiSubWindow>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTest>
@@ -38,25 +32,21 @@ QList<bool> enabled(const QList<QPushButton*>& buttons)
 }
 } // namespace
 
-void CommandPanelTest::init()
-{
-    dir_ = std::make_unique<QTemporaryDir>();
-    qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
-}
-
 void CommandPanelTest::panelFollowsTheLine()
 {
-    Pty line; // an analyzer that never answers
-    RecordingNotifier n;
-    Station st(n);
-    st.portName = line.slavePath();
-    st.applyPortSettings();
-    MDIFrm f(st);
+    PtyRig r; // an analyzer that never answers
+    MDIFrm f(r.st);
+    QStringList captions;
+    for (const QPushButton* b : f.commandButtons())
+        captions << b->text();
+    QCOMPARE(captions, (QStringList{"Ser. Number", "ZERO", "INITIAL", "CALIBR", "CUST", "SET CUST",
+                                    "DATA?", "CDAT?"}));
+    QCOMPARE(f.commandButtons()[1]->toolTip(), QStringLiteral("Set ZERO results"));
     const QList<bool> all(8, true);
     QList<bool> atStart = all;
     atStart[6] = atStart[7] = false; // "DATA?" and "CDAT?" wait for the analyzer
     QCOMPARE(enabled(f.commandButtons()), atStart);
-    st.deliver(19, "00019\n\r");
+    r.st.deliver(19, "00019\n\r");
     QCOMPARE(enabled(f.commandButtons()), all);
 
     QList<bool> during;
@@ -71,45 +61,39 @@ void CommandPanelTest::panelFollowsTheLine()
     QVERIFY(!runDuring);
     QCOMPARE(enabled(f.commandButtons()), all);
     QVERIFY(f.toolButton(QStringLiteral("Run"))->isEnabled());
-    QCOMPARE(n.lastStatus.value(0), QStringLiteral("Send SRAL?<CR> No Reply"));
+    QCOMPARE(r.n.lastStatus.value(0), QStringLiteral("Send SRAL?<CR> No Reply"));
 }
 
-void CommandPanelTest::zeroKeysWithoutData()
-{
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
-    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
-    for (const char* key : {"Z", "Z0", "ZT"}) {
-        z->setText(QStringLiteral("55"));
-        f.toolButton(QLatin1String(key))->trigger();
-        QCOMPARE(n.messages.takeLast(), QStringLiteral("Данные не получены"));
-        QCOMPARE(z->text(), QStringLiteral("0000"));
-    }
-}
-
-void CommandPanelTest::zeroEntry_data()
+// The zero entry box: what typing leaves in it, and the zero keys without
+// data from the analyzer.
+void CommandPanelTest::zeroBox_data()
 {
     QTest::addColumn<QString>("typed");
-    QTest::addColumn<QString>("kept");
+    QTest::addColumn<QString>("key"); // a zero key pressed afterwards
+    QTest::addColumn<QString>("left");
     QTest::addColumn<QStringList>("messages");
-    QTest::newRow("slash passes") << "12/4"
-                                  << "12/4" << QStringList{};
-    QTest::newRow("letter") << "12a"
-                            << "" << QStringList{"Bad Data"};
+    QTest::newRow("slash passes") << "12/4" << QString() << "12/4" << QStringList{};
+    QTest::newRow("letter") << "12a" << QString() << "" << QStringList{"Bad Data"};
+    QTest::newRow("full stop, code 46") << "1.5" << QString() << "5" << QStringList{"Bad Data"};
+    QTest::newRow("colon, code 58") << "1:" << QString() << "" << QStringList{"Bad Data"};
+    for (const char* key : {"Z", "Z0", "ZT"})
+        QTest::addRow("%s without data", key)
+            << "55" << key << "0000" << QStringList{"Данные не получены"};
 }
 
-void CommandPanelTest::zeroEntry()
+void CommandPanelTest::zeroBox()
 {
     QFETCH(QString, typed);
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
+    QFETCH(QString, key);
+    StationRig r;
+    MDIFrm f(r.st);
     auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
     z->clear();
     QTest::keyClicks(z, typed);
-    QTEST(z->text(), "kept");
-    QTEST(n.messages, "messages");
+    if (!key.isEmpty())
+        f.toolButton(key)->trigger();
+    QTEST(z->text(), "left");
+    QTEST(r.n.messages, "messages");
     QCOMPARE(z->palette().color(QPalette::Base), QColor(255, 224, 192));
 }
 
@@ -120,21 +104,18 @@ void CommandPanelTest::zeroWhileStreaming()
     SimConfig config;
     config.readingsPerSecond = 20;
     config.seed = 3;
-    AnalyzerSim sim(config);
-    QVERIFY(sim.start());
-    RecordingNotifier n;
-    Station st(n);
-    st.portName = sim.ttyPath();
-    st.applyPortSettings();
+    SimRig r(config);
+    AnalyzerSim& sim = r.sim;
+    Station& st = r.st;
     st.synchroFromTimer = false;
     st.dataFolder = dir_->path();
     MDIFrm f(st);
     f.show();
     QList<double> seen;
     auto graphSink = st.sinks[Station::MainGraphSink];
-    st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray& r) {
+    st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray& reply) {
         seen << v;
-        graphSink(v, r);
+        graphSink(v, reply);
     };
     f.toolButton(QStringLiteral("Write"))->trigger();
     f.mnuRun_Click();
@@ -150,7 +131,7 @@ void CommandPanelTest::zeroWhileStreaming()
     QCOMPARE(z->text(), QStringLiteral("20"));
     QCOMPARE(zr->text().size(), 4);
     QCOMPARE(offset->text(), QStringLiteral("Zero offset 02.0 ppm"));
-    QVERIFY(n.messages.isEmpty());
+    QVERIFY(r.n.messages.isEmpty());
 
     // Readings after the exchange carry the new offset, in the graph and the file.
     const qsizetype before = seen.size();
@@ -183,37 +164,15 @@ void CommandPanelTest::zeroWhileStreaming()
 
 void CommandPanelTest::runButtonFollowsRunning()
 {
-    RecordingNotifier n;
-    Station st(n);
-    st.portName = dir_->filePath(QStringLiteral("no-such-tty"));
-    st.applyPortSettings();
-    MDIFrm f(st);
+    StationRig r;
+    r.st.portName = dir_->filePath(QStringLiteral("no-such-tty"));
+    r.st.applyPortSettings();
+    MDIFrm f(r.st);
     QAction* run = f.toolButton(QStringLiteral("Run"));
     run->trigger();
     QVERIFY(!run->isChecked());
     QVERIFY(item(f, "mnuRun")->isVisible());
-    QCOMPARE(n.messages.size(), 1);
-}
-
-void CommandPanelTest::preSetRecordsGraphPlaces()
-{
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
-    f.resize(1000, 700);
-    f.show();
-    auto* sub = qobject_cast<QMdiSubWindow*>(f.mainGraph()->parentWidget());
-    sub->setGeometry(123, 77, 300, 200);
-    item(f, "mnuSaveConf")->trigger();
-    QCOMPARE(ReadIni("POSITIONS", "W1X1", "Tervala.ini"), QString::number(toTwips(123)));
-    item(f, "mnuReadConf")->trigger();
-    const QRect g = sub->geometry();
-    QVERIFY(g.x() != 123);
-    QCOMPARE(ReadIni("POSITIONS", "W1X1", "Tervala.ini"), QString::number(toTwips(g.x())));
-    QCOMPARE(ReadIni("POSITIONS", "W1Y1", "Tervala.ini"), QString::number(toTwips(g.y())));
-    QCOMPARE(ReadIni("POSITIONS", "W1X2", "Tervala.ini"), QString::number(toTwips(g.width())));
-    const QRect a = qobject_cast<QMdiSubWindow*>(f.addedGraph()->parentWidget())->geometry();
-    QCOMPARE(ReadIni("POSITIONS", "W2Y1", "Tervala.ini"), QString::number(toTwips(a.y())));
+    QCOMPARE(r.n.messages.size(), 1);
 }
 
 // A message raised on the reading path is shown without waiting: readings go

@@ -1,14 +1,13 @@
 // The main frame driven through its menus, toolbar and dialogs.
-#include "Pty.h"
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "alarms/AlarmCheck.h"
 #include "app/MDIFrm.h"
 #include "app/frmCOM.h"
 #include "app/frm_txt.h"
+#include "app/twips.h"
 #include "display/frmVal.h"
 #include "station/IniFile.h"
 #include "station/Settings.h"
-#include "station/Station.h"
 #include "tst_app.h"
 
 #include <QAction>
@@ -18,6 +17,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMdiSubWindow>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
@@ -31,17 +31,20 @@ QAction* item(MDIFrm& f, const char* name)
     return f.findChild<QAction*>(QLatin1String(name));
 }
 
-// Captions of a menu's items, with a submenu written as its caption.
-QStringList captions(const QMenu* m)
+// Items as "name=caption", each submenu's own in brackets after it.
+QStringList tree(const QList<QAction*>& actions)
 {
     QStringList out;
-    for (const QAction* a : m->actions())
+    for (const QAction* a : actions) {
         out << a->objectName() + QLatin1Char('=') + a->text();
+        if (a->menu())
+            out.last() += " [" + tree(a->menu()->actions()).join(", ") + ']';
+    }
     return out;
 }
 } // namespace
 
-void MainFrameTest::init()
+void FreshConfigTest::init()
 {
     dir_ = std::make_unique<QTemporaryDir>();
     qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
@@ -49,66 +52,47 @@ void MainFrameTest::init()
 
 void MainFrameTest::menus()
 {
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
-    QStringList top;
-    for (const QAction* a : f.menuBar()->actions())
-        top << a->objectName() + QLatin1Char('=') + a->text();
-    QCOMPARE(top, (QStringList{"mnuFile=&File", "mnuMode=&Mode", "mnuView=&View", "mnuSet=&Set",
-                               "mnuWindow=&Window", "mnuHelp=Help", "mnuSV=", "mnuZCor=&Zcor"}));
-    auto menu = [&](const char* name) { return f.findChild<QMenu*>(QLatin1String(name)); };
+    StationRig r;
+    MDIFrm f(r.st);
     QCOMPARE(
-        captions(menu("mnuFile")),
-        (QStringList{"mnuRunSaving=&Run Saving", "mnuEndSaving=&End Saving",
-                     "mnuReadConf=Load &PreSet", "mnuSaveConf=&Save Config", "mnuExit=E&xit"}));
-    QCOMPARE(captions(menu("mnuMode")),
-             (QStringList{"mnuFind=&Find", "mnuRun=&Run", "mnuStop=&Stop"}));
-    QCOMPARE(captions(menu("mnuView")), (QStringList{"mnuDigital=&Digital", "mnuTable=&Table",
-                                                     "mnuDiagram=Dia&gram", "mnuGraph=&Graph"}));
-    QCOMPARE(captions(menu("mnuSet")),
-             (QStringList{"mnuSetCom=&Com Port", "mnuSetPath=&Path", "mnuAlarm=&Alarm"}));
-    QCOMPARE(captions(menu("mnuWindow")),
-             (QStringList{"mnuArrange=&Arrange", "mnuOnTop=Window O&n Top",
-                          "mnuOffTop=Window O&ff Top"}));
-    QCOMPARE(
-        captions(menu("mnuArrange")),
-        (QStringList{"mnuHorizontal=&Horizontal", "mnuVertical=&Vertical", "mnuCascade=&Cascade"}));
-    QCOMPARE(captions(menu("mnuHelp")),
-             (QStringList{"mnuContents=Contents", "mnuAbout=About Velmora"}));
-    QCOMPARE(captions(menu("mnuSV")), QStringList{"mnuShowVal=Sh&ow Value"});
-    QCOMPARE(captions(menu("mnuZCor")), QStringList{"mnu2ppmNow=&2ppmNow"});
+        tree(f.menuBar()->actions()),
+        (QStringList{"mnuFile=&File [mnuRunSaving=&Run Saving, mnuEndSaving=&End Saving, "
+                     "mnuOpenRecord=&Open Record..., mnuReadConf=Load &PreSet, "
+                     "mnuSaveConf=&Save Config, mnuExit=E&xit]",
+                     "mnuMode=&Mode [mnuFind=&Find, mnuRun=&Run, mnuStop=&Stop]",
+                     "mnuView=&View [mnuDigital=&Digital, mnuTable=&Table, "
+                     "mnuDiagram=Dia&gram, mnuGraph=&Graph]",
+                     "mnuSet=&Set [mnuSetCom=&Com Port, mnuSetPath=&Path, mnuAlarm=&Alarm]",
+                     "mnuWindow=&Window [mnuArrange=&Arrange [mnuHorizontal=&Horizontal, "
+                     "mnuVertical=&Vertical, mnuCascade=&Cascade], "
+                     "mnuOnTop=Window O&n Top, mnuOffTop=Window O&ff Top]",
+                     "mnuHelp=Help [mnuContents=Contents, mnuAbout=About Velmora]",
+                     "mnuSV= [mnuShowVal=Sh&ow Value]", "mnuZCor=&Zcor [mnu2ppmNow=&2ppmNow]"}));
     QVERIFY(item(f, "mnuShowVal")->isCheckable());
 }
 
 void MainFrameTest::onTopToggle()
 {
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
+    StationRig r;
+    MDIFrm f(r.st);
     f.show();
-    auto oneVisible = [&] {
-        return item(f, "mnuOnTop")->isVisible() != item(f, "mnuOffTop")->isVisible();
+    // Staying on top, and which of the two items is offered; the frame stays shown.
+    auto state = [&] {
+        return QList<bool>{bool(f.windowFlags() & Qt::WindowStaysOnTopHint),
+                           item(f, "mnuOnTop")->isVisible(), item(f, "mnuOffTop")->isVisible(),
+                           f.isVisible()};
     };
-    QVERIFY(oneVisible());
-    QVERIFY(item(f, "mnuOnTop")->isVisible());
+    QCOMPARE(state(), (QList<bool>{false, true, false, true}));
     item(f, "mnuOnTop")->trigger();
-    QVERIFY(oneVisible());
-    QVERIFY(item(f, "mnuOffTop")->isVisible());
-    QVERIFY(f.windowFlags() & Qt::WindowStaysOnTopHint);
-    QVERIFY(f.isVisible());
+    QCOMPARE(state(), (QList<bool>{true, false, true, true}));
     item(f, "mnuOffTop")->trigger();
-    QVERIFY(oneVisible());
-    QVERIFY(item(f, "mnuOnTop")->isVisible());
-    QVERIFY(!(f.windowFlags() & Qt::WindowStaysOnTopHint));
-    QVERIFY(f.isVisible());
+    QCOMPARE(state(), (QList<bool>{false, true, false, true}));
 }
 
 void MainFrameTest::showValueShortcut()
 {
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
+    StationRig r;
+    MDIFrm f(r.st);
     f.show(); // with the graph windows open, whose Close owns Ctrl+W
     QApplication::setActiveWindow(&f);
     QVERIFY(QTest::qWaitForWindowActive(&f));
@@ -120,55 +104,69 @@ void MainFrameTest::showValueShortcut()
     QVERIFY(!f.textWindow()->isVisible());
 }
 
+// Load PreSet puts back the built-in limits, scales and places and saves them;
+// the graph windows' places saved are where they are, not where they were.
 void MainFrameTest::loadPreSet()
 {
     QFile file(dir_->filePath(QStringLiteral("Tervala.ini")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("[LIMIT]\nLimit1=12\nLimit2=34\n[SCALES]\nInitScaleXIndex=2\n");
     file.close();
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
-    ReadSettings(st);
-    QCOMPARE(st.limit1, 12);
+    StationRig r;
+    MDIFrm f(r.st);
+    ReadSettings(r.st);
+    QCOMPARE(r.st.limit1, 12);
+    f.resize(1000, 700);
+    f.show();
+    auto* sub = qobject_cast<QMdiSubWindow*>(f.mainGraph()->parentWidget());
+    sub->setGeometry(123, 77, 300, 200);
+    item(f, "mnuSaveConf")->trigger();
+    const auto ini = [](const char* section, const char* key) {
+        return ReadIni(section, key, "Tervala.ini");
+    };
+    QCOMPARE(ini("POSITIONS", "W1X1"), QString::number(toTwips(123)));
     item(f, "mnuReadConf")->trigger();
-    QCOMPARE(st.limit1, 50);
-    QCOMPARE(st.limit2, 80);
-    QCOMPARE(ReadIni("LIMIT", "Limit1", "Tervala.ini"), QStringLiteral("50"));
-    QCOMPARE(ReadIni("LIMIT", "Limit2", "Tervala.ini"), QStringLiteral("80"));
-    QCOMPARE(ReadIni("SCALES", "InitScaleXIndex", "Tervala.ini"), QStringLiteral("7"));
-    QCOMPARE(ReadIni("SCALES", "InitScaleXIndexAdd0", "Tervala.ini"), QStringLiteral("5"));
-    QCOMPARE(ReadIni("POSITIONS", "MDIHeight", "Tervala.ini"), QStringLiteral("8000"));
-    QCOMPARE(ReadIni("POSITIONS", "frmValTop", "Tervala.ini"), QStringLiteral("360"));
+    QCOMPARE(QList<int>({r.st.limit1, r.st.limit2}), QList<int>({50, 80}));
+    QCOMPARE(QStringList({ini("LIMIT", "Limit1"), ini("LIMIT", "Limit2"),
+                          ini("SCALES", "InitScaleXIndex"), ini("SCALES", "InitScaleXIndexAdd0"),
+                          ini("POSITIONS", "MDIHeight"), ini("POSITIONS", "frmValTop")}),
+             QStringList({"50", "80", "7", "5", "8000", "360"}));
+    const QRect g = sub->geometry();
+    QVERIFY(g.x() != 123);
+    const QRect a = qobject_cast<QMdiSubWindow*>(f.addedGraph()->parentWidget())->geometry();
+    QCOMPARE(QStringList({ini("POSITIONS", "W1X1"), ini("POSITIONS", "W1Y1"),
+                          ini("POSITIONS", "W1X2"), ini("POSITIONS", "W2Y1")}),
+             QStringList({QString::number(toTwips(g.x())), QString::number(toTwips(g.y())),
+                          QString::number(toTwips(g.width())), QString::number(toTwips(a.y()))}));
 }
 
 void MainFrameTest::writeToggle()
 {
-    RecordingNotifier n;
-    Station st(n);
-    st.dataFolder = dir_->path();
-    MDIFrm f(st);
+    StationRig r;
+    r.st.dataFolder = dir_->path();
+    MDIFrm f(r.st);
     QAction* write = f.toolButton(QStringLiteral("Write"));
-    QCOMPARE(write->text(), QStringLiteral("&Write"));
+    // Caption, pressed, recording, and which of Run / End Saving the File menu offers.
+    auto state = [&] {
+        return QStringLiteral("%1 %2 %3 %4%5")
+            .arg(write->text())
+            .arg(write->isChecked())
+            .arg(r.st.recording)
+            .arg(item(f, "mnuRunSaving")->isVisible())
+            .arg(item(f, "mnuEndSaving")->isVisible());
+    };
+    QCOMPARE(state(), QStringLiteral("&Write 0 0 10"));
     write->trigger();
-    QCOMPARE(write->text(), QStringLiteral("End"));
-    QVERIFY(write->isChecked());
-    QVERIFY(st.recording);
+    QCOMPARE(state(), QStringLiteral("End 1 1 01"));
     QVERIFY(f.windowTitle().endsWith(QLatin1String(".dat")));
-    QVERIFY(!item(f, "mnuRunSaving")->isVisible());
-    QVERIFY(item(f, "mnuEndSaving")->isVisible());
     write->trigger();
-    QVERIFY(!st.recording);
-    QCOMPARE(write->text(), QStringLiteral("&Write"));
-    QVERIFY(!write->isChecked());
-    QVERIFY(item(f, "mnuRunSaving")->isVisible());
-    QVERIFY(!item(f, "mnuEndSaving")->isVisible());
+    QCOMPARE(state(), QStringLiteral("&Write 0 0 10"));
 }
 
 void MainFrameTest::alarmReachesWindowsAndFiles()
 {
-    RecordingNotifier n;
-    Station st(n);
+    StationRig r;
+    Station& st = r.st;
     st.dataFolder = dir_->path();
     MDIFrm f(st);
     f.show();
@@ -224,68 +222,38 @@ void MainFrameTest::alarmReachesWindowsAndFiles()
     st.deliver(90, "00090\r"); // now below the first threshold: quiet and green
     QVERIFY(!f.alarms()->tmrSound.isActive());
     QCOMPARE(f.valueWindow()->backColor(), int(frmVal::Green));
-    QVERIFY(n.messages.isEmpty());
+    QVERIFY(r.n.messages.isEmpty());
 }
 
-void MainFrameTest::commandPanel()
+// Changing the analyzer type and closing the frame both stop the stream. The
+// type selected at start-up sends nothing; each type brings its record marker.
+void MainFrameTest::typeChangeAndExitStop()
 {
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
-    QStringList seen;
-    for (QPushButton* b : f.findChildren<QPushButton*>(QStringLiteral("cmdCommands")))
-        seen << b->text();
-    QCOMPARE(seen, (QStringList{"Ser. Number", "ZERO", "INITIAL", "CALIBR", "CUST", "SET CUST",
-                                "DATA?", "CDAT?"}));
-    const auto buttons = f.commandButtons();
-    QCOMPARE(buttons[1]->toolTip(), QStringLiteral("Set ZERO results"));
-    QVERIFY(!buttons[6]->isEnabled());
-    QVERIFY(!buttons[7]->isEnabled());
+    PtyRig r;
+    MDIFrm f(r.st);
     auto* type = f.findChild<QComboBox*>(QStringLiteral("cmbType"));
     QCOMPARE(type->count(), 2);
     QCOMPARE(type->currentText(), QStringLiteral("ZEP-D"));
-    QCOMPARE(int(st.format.marker), 13);
-}
+    QCOMPARE(int(r.st.format.marker), 13);
+    QVERIFY(!r.st.myComm.PortOpen());
+    type->setCurrentIndex(0); // ZEP-C, whose records end in LF
+    QCOMPARE(int(r.st.format.marker), 10);
+    QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+    QVERIFY(r.st.myComm.PortOpen());
+    type->setCurrentIndex(1); // and back to ZEP-D, CR
+    QCOMPARE(int(r.st.format.marker), 13);
+    QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
 
-void MainFrameTest::typeChangeStops()
-{
-    Pty line;
-    QVERIFY(line.ok());
-    RecordingNotifier n;
-    Station st(n);
-    st.portName = line.slavePath();
-    st.applyPortSettings();
-    MDIFrm f(st);
-    auto* type = f.findChild<QComboBox*>(QStringLiteral("cmbType"));
-    QVERIFY(!st.myComm.PortOpen()); // the first selection at start-up sends nothing
-    type->setCurrentIndex(0);
-    QCOMPARE(int(st.format.marker), 10);
-    QCOMPARE(line.read(6, 2000), QByteArray("CDAT?\r"));
-    QVERIFY(st.myComm.PortOpen());
-}
-
-void MainFrameTest::closeBoxRunsExit()
-{
-    Pty line;
-    QVERIFY(line.ok());
-    RecordingNotifier n;
-    Station st(n);
-    st.portName = line.slavePath();
-    st.applyPortSettings();
-    QVERIFY(st.ensurePortOpen());
-    st.HTmr.start(1000);
-    MDIFrm f(st);
+    r.st.HTmr.start(1000);
     f.show();
     f.valueWindow()->show();
     QVERIFY(QTest::qWaitForWindowExposed(&f));
-    f.close(); // what the window's close box does
-    QVERIFY(st.exitFlag);
-    QVERIFY(!st.HTmr.isActive());
-    QCOMPARE(st.HTmr.interval(), 0);
-    QCOMPARE(line.read(6, 2000), QByteArray("CDAT?\r"));
-    QVERIFY(!st.myComm.PortOpen());
-    QVERIFY(!f.valueWindow()->isVisible());
-    QVERIFY(!f.isVisible());
+    f.close(); // what the window's close box does: Exit
+    QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+    // Exit flagged; the timer stopped at interval 0; port, frame and value window closed.
+    QCOMPARE((QList<bool>{r.st.exitFlag, r.st.HTmr.isActive(), r.st.HTmr.interval() == 0,
+                          r.st.myComm.PortOpen(), f.valueWindow()->isVisible(), f.isVisible()}),
+             (QList<bool>{true, false, true, false, false, false}));
 }
 
 void MainFrameTest::comPortChangeReopens()
@@ -295,8 +263,8 @@ void MainFrameTest::comPortChangeReopens()
     QVERIFY(com2.ok() && com3.ok());
     QVERIFY(QFile::link(com2.slavePath(), dir_->filePath(QStringLiteral("ttyS1"))));
     QVERIFY(QFile::link(com3.slavePath(), dir_->filePath(QStringLiteral("ttyS2"))));
-    RecordingNotifier n;
-    Station st(n);
+    StationRig r;
+    Station& st = r.st;
     st.myComm.setDevicePattern(dir_->filePath(QStringLiteral("ttyS%1")));
     st.ncom = 2;
     st.applyPortSettings();
@@ -312,7 +280,7 @@ void MainFrameTest::comPortChangeReopens()
     QVERIFY(st.myComm.Output("B\r"));
     QCOMPARE(com3.read(2, 2000), QByteArray("B\r"));
     QCOMPARE(com2.readAll(100), QByteArray());
-    QVERIFY(n.messages.isEmpty());
+    QVERIFY(r.n.messages.isEmpty());
 
     dlg.findChild<QPushButton*>(QStringLiteral("cmdSave"))->click();
     QCOMPARE(ReadIni("COMPORTS", "NCOM", "Tervala.ini"), QStringLiteral("3"));

@@ -1,11 +1,10 @@
 // The views' toggles and contents, driven through the main frame.
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "app/MDIFrm.h"
 #include "display/frmChart.h"
 #include "display/frmData.h"
 #include "display/frmFData.h"
 #include "display/frmVal.h"
-#include "station/Station.h"
 #include "tst_app.h"
 
 #include <QAction>
@@ -15,12 +14,6 @@
 #include <QMdiSubWindow>
 #include <QTableWidget>
 #include <QTest>
-
-void ViewsTest::init()
-{
-    dir_ = std::make_unique<QTemporaryDir>();
-    qputenv("XDG_CONFIG_HOME", dir_->path().toLocal8Bit());
-}
 
 void ViewsTest::toggles_data()
 {
@@ -38,9 +31,8 @@ void ViewsTest::toggles()
     QFETCH(QString, key);
     QFETCH(bool, byMenu);
     QFETCH(bool, closeBox);
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
+    StationRig r;
+    MDIFrm f(r.st);
     f.show(); // first activation opens the graphs
     QAction* menu = f.findChild<QAction*>(QStringLiteral("mnu") + key);
     QAction* button = f.toolButton(key);
@@ -68,9 +60,8 @@ void ViewsTest::toggles()
 
 void ViewsTest::readingsReachViews()
 {
-    RecordingNotifier n;
-    Station st(n);
-    MDIFrm f(st);
+    StationRig r;
+    MDIFrm f(r.st);
     f.show();
     for (const char* key : {"Digital", "Table", "Diagram"})
         f.toolButton(QLatin1String(key))->trigger();
@@ -82,7 +73,7 @@ void ViewsTest::readingsReachViews()
     QCOMPARE(flx->item(0, 2)->text(), QStringLiteral("1"));
     QCOMPARE(flx->item(4, 2)->text(), QStringLiteral("5"));
     for (double v : {19.0, 23.0, 85.0})
-        st.deliver(v, "00000\n");
+        r.st.deliver(v, "00000\n");
     // The views show a burst at their next screen refresh; the table keeps each reading.
     QTRY_COMPARE(flx->item(0, 2)->text(), QStringLiteral("08.5"));
     QCOMPARE(flx->item(1, 2)->text(), QStringLiteral("02.3"));
@@ -115,10 +106,9 @@ void ViewsTest::chartScales()
 {
     QFETCH(int, initIndex);
     QFETCH(QString, typed);
-    RecordingNotifier n;
-    Station st(n);
-    st.layout.scaleYIndex = initIndex;
-    frmChart chart(st);
+    StationRig r;
+    r.st.layout.scaleYIndex = initIndex;
+    frmChart chart(r.st);
     auto* y = chart.findChild<QComboBox*>(QStringLiteral("cmbScale"));
     auto* x = chart.findChild<QComboBox*>(QStringLiteral("cmbScaleX"));
     QStringList ys, xs;
@@ -136,5 +126,5 @@ void ViewsTest::chartScales()
         QTest::keyClick(y->lineEdit(), Qt::Key_Return);
     }
     QTEST(chart.axisMax(), "axisMax");
-    QTEST(n.messages, "messages");
+    QTEST(r.n.messages, "messages");
 }

@@ -13,3 +13,10 @@ template <typename... Tests> int runTests(int argc, char** argv)
     (one(Tests{}), ...);
     return failed;
 }
+
+// The main() of a test executable that runs these classes.
+#define VELMORA_TEST_MAIN(...)                                                                     \
+    int main(int argc, char** argv)                                                                \
+    {                                                                                              \
+        return runTests<__VA_ARGS__>(argc, argv);                                                  \
+    }

@@ -3,7 +3,4 @@
 #include "tst_showArr.h"
 #include "tst_trendGraph.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<TestShowArr, TestTrendGraph, TestGraphScales>(argc, argv);
-}
+VELMORA_TEST_MAIN(TestShowArr, TestTrendGraph, TestGraphScales)

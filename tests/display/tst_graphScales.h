@@ -36,18 +36,16 @@ private Q_SLOTS:
         QTest::addColumn<int>("points"); // the screen and full scale in force afterwards
         QTest::addColumn<double>("extent");
         QTest::addColumn<QString>("label1");
-        QTest::newRow("Y 500") << "cmbScaleY"
-                               << "500" << 20 << 500.0 << "10.0";
-        QTest::newRow("Y 2.5") << "cmbScaleY"
-                               << "2.5" << 20 << 2.5 << "0.1";
-        QTest::newRow("Y not a number") << "cmbScaleY"
-                                        << "5x0" << 20 << 1000.0 << "20.0";
-        QTest::newRow("Y zero") << "cmbScaleY"
-                                << "0" << 20 << 1000.0 << "20.0";
-        QTest::newRow("X 7") << "cmbScaleX"
-                             << "7" << 7 << 1000.0 << "20.0";
-        QTest::newRow("X not a number") << "cmbScaleX"
-                                        << "abc" << 20 << 1000.0 << "20.0";
+        const auto row = [](const char* name, const QString& box, const QString& typed, int points,
+                            double extent, const QString& label1) {
+            QTest::newRow(name) << box << typed << points << extent << label1;
+        };
+        row("Y 500", "cmbScaleY", "500", 20, 500, "10.0");
+        row("Y 2.5", "cmbScaleY", "2.5", 20, 2.5, "0.1");
+        row("Y not a number", "cmbScaleY", "5x0", 20, 1000, "20.0");
+        row("Y zero", "cmbScaleY", "0", 20, 1000, "20.0");
+        row("X 7", "cmbScaleX", "7", 7, 1000, "20.0");
+        row("X not a number", "cmbScaleX", "abc", 20, 1000, "20.0");
     }
     void typedScale()
     {
@@ -80,8 +78,7 @@ private Q_SLOTS:
                  QStringList({"0.001", "0.01", "1", "100"}));
         typeScale(f.w, "cmbScaleY", "2.5");
         QCOMPARE(f.w.yExtent(), Log10(2.5));
-        QCOMPARE(yLabel(f.w, 5), QStringLiteral("0.25"));
-        QCOMPARE(yLabel(f.w, 0), QStringLiteral("0.001"));
+        QCOMPARE(QStringList({yLabel(f.w, 0), yLabel(f.w, 5)}), QStringList({"0.001", "0.25"}));
         QTest::mouseClick(chkLog, Qt::LeftButton);
         QCOMPARE(f.w.picture()->axes(), GraphAxes::linear(20, 2.5));
         QCOMPARE(yLabel(f.w, 5), QStringLiteral("0.3"));

@@ -19,17 +19,12 @@ class TestShowArr : public QObject
     }
 
 private Q_SLOTS:
-    void shiftArray_data()
-    {
-        QTest::addColumn<int>("points");
-        QTest::addColumn<bool>("shifted");
-        QTest::newRow("20 points drop 0..3") << 20 << true;
-        QTest::newRow("7 points: bad bound") << 7 << false;
-    }
+    // A full screen of 20 drops its first fifth; the rest moves to the front and
+    // the end is cleared. (A screen too short to shift is refused through the
+    // sample arrays below.)
     void shiftArray()
     {
-        QFETCH(int, points);
-        QFETCH(bool, shifted);
+        const int points = 20, k = 4;
         ValueArray values(points);
         TimeArray times(static_cast<std::size_t>(points));
         for (int p = 0; p < points; ++p) {
@@ -38,10 +33,9 @@ private Q_SLOTS:
             times[std::size_t(p)] = 1000.0 + p;
         }
         RecordingNotifier n;
-        QCOMPARE(::shiftArray(values, n), shifted);
-        QCOMPARE(shiftArrayA(times), shifted);
-        QCOMPARE(n.messages, shifted ? QStringList() : QStringList{"Bad Bound if Array"});
-        const int k = shifted ? points / 5 : 0;
+        QVERIFY(::shiftArray(values, n));
+        QVERIFY(shiftArrayA(times));
+        QVERIFY(n.messages.isEmpty());
         for (int p = 0; p < points; ++p) {
             const bool moved = p < points - k;
             for (int c = 0; c < kComponents; ++c)

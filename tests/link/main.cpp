@@ -4,7 +4,4 @@
 #include "tst_maintenance.h"
 #include "tst_runcontrol.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<FramingTest, RunControlTest, MaintenanceTest, DialogsTest>(argc, argv);
-}
+VELMORA_TEST_MAIN(FramingTest, RunControlTest, MaintenanceTest, DialogsTest)

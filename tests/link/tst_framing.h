@@ -3,11 +3,10 @@
 // record-layout dialog driven through its controls.
 #pragma once
 
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "link/ProcessReply.h"
 #include "link/frmSet.h"
 #include "station/DataFormat.h"
-#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -123,18 +122,17 @@ private Q_SLOTS:
         QFETCH(int, offset);
         QFETCH(bool, recording);
         QFETCH(QStringList, calls);
-        RecordingNotifier n;
-        Station st(n);
-        st.format.marker = quint8(marker);
-        st.zeroOffset = offset;
-        st.recording = recording;
+        StationRig r;
+        r.st.format.marker = quint8(marker);
+        r.st.zeroOffset = offset;
+        r.st.recording = recording;
         SinkLog log;
-        log.attach(st);
-        QCOMPARE(ProcessRecord(st, record), !calls.isEmpty());
+        log.attach(r.st);
+        QCOMPARE(ProcessRecord(r.st, record), !calls.isEmpty());
         QCOMPARE(log.calls, calls);
-        QVERIFY(n.messages.isEmpty()); // malformed data is dropped without a word
+        QVERIFY(r.n.messages.isEmpty()); // malformed data is dropped without a word
         if (!calls.isEmpty())
-            QCOMPARE(st.valueText, QString::fromLatin1(record.left(5)));
+            QCOMPARE(r.st.valueText, QString::fromLatin1(record.left(5)));
     }
 
     void layoutDialog_data()
@@ -160,9 +158,9 @@ private Q_SLOTS:
         QFETCH(bool, checkSum);
         QFETCH(bool, apply);
         QFETCH(QList<int>, starts);
-        RecordingNotifier n;
-        Station st(n);
-        frmSet dlg(st);
+        StationRig r;
+        const DataFormat& format = r.st.format;
+        frmSet dlg(r.st);
         auto find = [&](const char* name) { return dlg.findChild<QWidget*>(QLatin1String(name)); };
         static_cast<QCheckBox*>(find("chkForComp"))->setChecked(mark);
         static_cast<QCheckBox*>(find("chkMark"))->setChecked(checkSum);
@@ -174,11 +172,11 @@ private Q_SLOTS:
         static_cast<QLineEdit*>(find("txtMark"))->setText(QStringLiteral("10"));
         static_cast<QLineEdit*>(find("txtLenS"))->setText(QStringLiteral("7.4"));
         static_cast<QPushButton*>(find(apply ? "cmdApply" : "cmdCancel"))->click();
-        QCOMPARE(st.format.components, apply ? 3 : 1);
-        QCOMPARE(int(st.format.marker), apply ? 10 : 13);
-        QCOMPARE(st.format.recordLength, apply ? 7 : 6);
+        QCOMPARE(format.components, apply ? 3 : 1);
+        QCOMPARE(int(format.marker), apply ? 10 : 13);
+        QCOMPARE(format.recordLength, apply ? 7 : 6);
         QList<int> got;
-        for (const ComponentFormat& c : st.format.comp)
+        for (const ComponentFormat& c : format.comp)
             got << c.start;
         QCOMPARE(got, starts);
     }
@@ -187,45 +185,39 @@ private Q_SLOTS:
         QTest::addColumn<QString>("box");
         QTest::addColumn<QString>("typed");
         QTest::addColumn<bool>("applied");
-        QTest::newRow("marker 266 would wrap to 10") << "txtMark"
-                                                     << "266" << false;
-        QTest::newRow("marker -3 would wrap to 253") << "txtMark"
-                                                     << "-3" << false;
-        QTest::newRow("marker 255") << "txtMark"
-                                    << "255" << true;
-        QTest::newRow("length not a number") << "txtLenS"
-                                             << "7x" << false;
-        QTest::newRow("length 0") << "txtLenS"
-                                  << "0" << false;
-        QTest::newRow("start below 0") << "txtStart"
-                                       << "-1" << false;
-        QTest::newRow("data length 300") << "txtLenD"
-                                         << "300" << false;
+        const auto row = [](const char* name, const QString& box, const QString& typed,
+                            bool applied) { QTest::newRow(name) << box << typed << applied; };
+        row("marker 266 would wrap to 10", "txtMark", "266", false);
+        row("marker -3 would wrap to 253", "txtMark", "-3", false);
+        row("marker 255", "txtMark", "255", true);
+        row("length not a number", "txtLenS", "7x", false);
+        row("length 0", "txtLenS", "0", false);
+        row("start below 0", "txtStart", "-1", false);
+        row("data length 300", "txtLenD", "300", false);
     }
     void layoutNumbers()
     {
         QFETCH(QString, box);
         QFETCH(QString, typed);
         QFETCH(bool, applied);
-        RecordingNotifier n;
-        Station st(n);
-        frmSet dlg(st);
+        StationRig r;
+        frmSet dlg(r.st);
         dlg.show();
-        const DataFormat before = st.format;
+        const DataFormat before = r.st.format;
         auto* edit = dlg.findChild<QLineEdit*>(box);
         const QString old = edit->text();
         edit->setText(typed);
         dlg.findChild<QPushButton*>(QStringLiteral("cmdApply"))->click();
         QCOMPARE(dlg.isVisible(), !applied);
-        QCOMPARE(n.messages, applied ? QStringList{} : QStringList{"Bad Data"});
+        QCOMPARE(r.n.messages, applied ? QStringList{} : QStringList{"Bad Data"});
         if (applied) {
-            QCOMPARE(int(st.format.marker), typed.toInt());
+            QCOMPARE(int(r.st.format.marker), typed.toInt());
             return;
         }
         QCOMPARE(edit->text(), old);
-        QCOMPARE(int(st.format.marker), int(before.marker));
-        QCOMPARE(st.format.recordLength, before.recordLength);
-        QCOMPARE(st.format.comp.front().start, before.comp.front().start);
-        QCOMPARE(st.format.comp.front().length, before.comp.front().length);
+        QCOMPARE(int(r.st.format.marker), int(before.marker));
+        QCOMPARE(r.st.format.recordLength, before.recordLength);
+        QCOMPARE(r.st.format.comp.front().start, before.comp.front().start);
+        QCOMPARE(r.st.format.comp.front().length, before.comp.front().length);
     }
 };

@@ -2,7 +2,4 @@
 #include "tst_bytes.h"
 #include "tst_line.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<BytesTest, LineTest>(argc, argv);
-}
+VELMORA_TEST_MAIN(BytesTest, LineTest)

@@ -2,10 +2,8 @@
 // over a real tty.
 #pragma once
 
-#include "Pty.h"
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "rs485/mdRS485.h"
-#include "station/Station.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -29,20 +27,6 @@ class BytesTest : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void byteToFF_data()
-    {
-        QTest::addColumn<int>("address");
-        QTest::addColumn<QByteArray>("hex");
-        QTest::newRow("0") << 0 << QByteArray("00");
-        QTest::newRow("10") << 10 << QByteArray("0A");
-        QTest::newRow("255") << 255 << QByteArray("FF");
-    }
-    void byteToFF()
-    {
-        QFETCH(int, address);
-        QTEST(ByteToFF(quint8(address)), "hex");
-    }
-
     void cutData_data()
     {
         QTest::addColumn<QByteArray>("reply");
@@ -56,20 +40,17 @@ private Q_SLOTS:
         hash[0] = '#';
         QByteArray noCR = good;
         noCR[72] = '\n';
-        QTest::newRow("good") << good << true << "00019"
-                              << "04123";
-        QTest::newRow("wrong check value accepted") << badCheck << true << "00019"
-                                                    << "04123";
-        QTest::newRow("# start byte") << hash << false << "old"
-                                      << "old";
-        QTest::newRow("no CR at the end") << noCR << false << "old"
-                                          << "old";
-        QTest::newRow("72 bytes") << good.left(71) + '\r' << false << "old"
-                                  << "old";
-        QTest::newRow("74 bytes") << good.left(72) + " \r" << false << "old"
-                                  << "old";
-        QTest::newRow("nothing") << QByteArray() << false << "old"
-                                 << "old";
+        const auto row = [](const char* name, const QByteArray& reply, bool accepted) {
+            QTest::newRow(name) << reply << accepted << QString(accepted ? "00019" : "old")
+                                << QString(accepted ? "04123" : "old");
+        };
+        row("good", good, true);
+        row("wrong check value accepted", badCheck, true);
+        row("# start byte", hash, false);
+        row("no CR at the end", noCR, false);
+        row("72 bytes", good.left(71) + '\r', false);
+        row("74 bytes", good.left(72) + " \r", false);
+        row("nothing", QByteArray(), false);
     }
     void cutData()
     {
@@ -81,28 +62,18 @@ private Q_SLOTS:
         QTEST(second, "second");
     }
 
-    void xorSum()
-    {
-        QCOMPARE(int(XorSum({})), 0);
-        QCOMPARE(int(XorSum("\x0F\xF0\x01")), 0xFE);
-    }
-
     void sendVal()
     {
-        Pty line;
-        RecordingNotifier n;
-        Station st(n);
-        st.portName = line.slavePath();
-        st.applyPortSettings();
-        QVERIFY(!SendVal(st, QStringLiteral("#05SRAL?\r"), st.myComm));
-        QVERIFY(!st.myComm.PortOpen());
-        QVERIFY(st.ensurePortOpen());
-        QCOMPARE(line.readAll(100), QByteArray());
-        line.write("stale");
-        QVERIFY(QTest::qWaitFor([&] { return st.myComm.InBufferCount() == 5; }, 1000));
-        QVERIFY(SendVal(st, QStringLiteral("#05SRAL?\r"), st.myComm));
-        QCOMPARE(st.myComm.InBufferCount(), 0);
-        QCOMPARE(line.readAll(100), QByteArray("#05SRAL?\r"));
+        PtyRig r;
+        QVERIFY(!SendVal(r.st, QStringLiteral("#05SRAL?\r"), r.st.myComm));
+        QVERIFY(!r.st.myComm.PortOpen());
+        QVERIFY(r.st.ensurePortOpen());
+        QCOMPARE(r.line.readAll(100), QByteArray());
+        r.line.write("stale");
+        QVERIFY(QTest::qWaitFor([&] { return r.st.myComm.InBufferCount() == 5; }, 1000));
+        QVERIFY(SendVal(r.st, QStringLiteral("#05SRAL?\r"), r.st.myComm));
+        QCOMPARE(r.st.myComm.InBufferCount(), 0);
+        QCOMPARE(r.line.readAll(100), QByteArray("#05SRAL?\r"));
     }
 
     void replyIsOK_data()
@@ -126,23 +97,20 @@ private Q_SLOTS:
         QFETCH(int, stopAfterMs);
         QFETCH(int, minMs);
         QFETCH(int, maxMs);
-        Pty line;
-        RecordingNotifier n;
-        n.lastStatus[0] = QStringLiteral("untouched");
-        Station st(n);
-        st.portName = line.slavePath();
-        st.applyPortSettings();
-        QVERIFY(st.ensurePortOpen());
-        line.write(waiting);
-        QVERIFY(QTest::qWaitFor([&] { return st.myComm.InBufferCount() == waiting.size(); }, 1000));
+        PtyRig r;
+        r.n.lastStatus[0] = QStringLiteral("untouched");
+        QVERIFY(r.st.ensurePortOpen());
+        r.line.write(waiting);
+        QVERIFY(
+            QTest::qWaitFor([&] { return r.st.myComm.InBufferCount() == waiting.size(); }, 1000));
         if (stopAfterMs >= 0)
-            QTimer::singleShot(stopAfterMs, [&] { st.stopScan = true; });
+            QTimer::singleShot(stopAfterMs, [&] { r.st.stopScan = true; });
         QElapsedTimer t;
         t.start();
-        QTEST(ReplyIsOK(st, 8, st.myComm), "ok");
+        QTEST(ReplyIsOK(r.st, 8, r.st.myComm), "ok");
         QVERIFY2(t.elapsed() >= minMs && t.elapsed() <= maxMs,
                  qPrintable(QString::number(t.elapsed())));
-        QTEST(n.lastStatus.value(0), "status");
-        QCOMPARE(st.myComm.InBufferCount(), int(waiting.size())); // left for the caller
+        QTEST(r.n.lastStatus.value(0), "status");
+        QCOMPARE(r.st.myComm.InBufferCount(), int(waiting.size())); // left for the caller
     }
 };

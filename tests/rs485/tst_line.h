@@ -1,13 +1,11 @@
 // The finder and the polling cycle against the simulator's RS-485 line.
 #pragma once
 
-#include "RecordingNotifier.h"
+#include "StationRig.h"
 #include "link/RunControl.h"
 #include "recording/LineRecorder.h"
 #include "rs485/LinePoller.h"
 #include "rs485/frmFind.h"
-#include "sim/AnalyzerSim.h"
-#include "station/Station.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -23,25 +21,14 @@ class LineTest : public QObject
 {
     Q_OBJECT
 
-    struct Rig
+    // An RS-485 line of simulated analyzers at `addresses`.
+    static SimConfig bus(const QList<int>& addresses)
     {
-        AnalyzerSim sim;
-        RecordingNotifier n;
-        Station st{n};
-        explicit Rig(const QList<int>& addresses) : sim(config(addresses))
-        {
-            QVERIFY(sim.start());
-            st.portName = sim.ttyPath();
-            st.applyPortSettings();
-        }
-        static SimConfig config(const QList<int>& addresses)
-        {
-            SimConfig c;
-            c.addresses = addresses;
-            c.seed = 11;
-            return c;
-        }
-    };
+        SimConfig c;
+        c.addresses = addresses;
+        c.seed = 11;
+        return c;
+    }
 
     static QStringList items(const frmFind& f, const char* list)
     {
@@ -55,7 +42,7 @@ class LineTest : public QObject
 private Q_SLOTS:
     void finder()
     {
-        Rig r({5, 7, 10, 255});
+        SimRig r(bus({5, 7, 10, 255}));
         r.sim.setLineFault(7, LineFault::ShortSerial);
         frmFind f(r.st);
         auto serial = [&](int a) { return QString::fromLatin1(r.sim.unit(a)->serial); };
@@ -101,24 +88,23 @@ private Q_SLOTS:
 
         // The terminal: with "Add CR" the analyzer answers; the 73-byte reply
         // shows in txtReply, and one with a wrong start byte is "BAD DATA".
-        auto* command = f.findChild<QComboBox*>(QStringLiteral("cmbComand"));
         auto* reply = f.findChild<QLineEdit*>(QStringLiteral("txtReply"));
-        command->setCurrentText(QStringLiteral("#0ADATA?"));
-        f.cmdSend_Click();
-        QVERIFY(QTest::qWaitFor([&] { return !f.tmr.isActive(); }, 2000));
+        auto send = [&](const char* text) {
+            f.findChild<QComboBox*>(QStringLiteral("cmbComand"))->setCurrentText(text);
+            f.cmdSend_Click();
+            return QTest::qWaitFor([&] { return !f.tmr.isActive(); }, 2000);
+        };
+        QVERIFY(send("#0ADATA?"));
         QVERIFY2(reply->text().startsWith(QLatin1String("<0E>")), qPrintable(reply->text()));
         QVERIFY(r.n.messages.isEmpty());
         r.sim.setLineFault(10, LineFault::WrongStart);
-        f.cmdSend_Click();
-        QVERIFY(QTest::qWaitFor([&] { return !f.tmr.isActive(); }, 2000));
+        QVERIFY(send("#0ADATA?"));
         QVERIFY(reply->text().startsWith(QLatin1Char('#')));
         QCOMPARE(r.n.messages, QStringList{"BAD DATA"});
         // Without "Add CR" the frame is not complete: the analyzer keeps quiet.
         f.findChild<QCheckBox*>(QStringLiteral("chkCR"))->setChecked(false);
         r.sim.clearLogs();
-        command->setCurrentText(QStringLiteral("#0ASRAL?"));
-        f.cmdSend_Click();
-        QVERIFY(QTest::qWaitFor([&] { return !f.tmr.isActive(); }, 2000));
+        QVERIFY(send("#0ASRAL?"));
         QCOMPARE(reply->text(), QString());
         QVERIFY(r.sim.commands().isEmpty());
     }
@@ -127,7 +113,7 @@ private Q_SLOTS:
     // order; one that falls silent counts time-outs while the others go on.
     void polling()
     {
-        Rig r({5, 10, 255});
+        SimRig r(bus({5, 10, 255}));
         QTemporaryDir dir;
         r.st.dataFolder = dir.path();
         wireRunControl(r.st);

@@ -3,7 +3,4 @@
 #include "tst_simparts.h"
 #include "tst_simrate.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<TestSimParts, TestSimLine, TestSimRate>(argc, argv);
-}
+VELMORA_TEST_MAIN(TestSimParts, TestSimLine, TestSimRate)

@@ -32,38 +32,24 @@ private Q_SLOTS:
 
     void lineFaultList_data()
     {
+        using F = LineFault;
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QList<int>>("addresses"); // empty: refused
-        QTest::addColumn<QList<int>>("kinds");     // LineFault of each address
-        auto kinds = [](std::initializer_list<LineFault> f) {
-            QList<int> out;
-            for (LineFault k : f)
-                out << int(k);
-            return out;
-        };
-        QTest::newRow("three") << "7=short-serial, 12 = LATE,9=silent" << QList<int>{7, 9, 12}
-                               << kinds(
-                                      {LineFault::ShortSerial, LineFault::Silent, LineFault::Late});
+        QTest::addColumn<QMap<int, F>>("faults"); // empty: refused
+        QTest::newRow("three") << "7=short-serial, 12 = LATE,9=silent"
+                               << QMap<int, F>{{7, F::ShortSerial}, {9, F::Silent}, {12, F::Late}};
         QTest::newRow("data reply kinds")
-            << "255=wrong-start,0=wrong-check,,3=short-reply" << QList<int>{0, 3, 255}
-            << kinds({LineFault::WrongCheck, LineFault::ShortReply, LineFault::WrongStart});
+            << "255=wrong-start,0=wrong-check,,3=short-reply"
+            << QMap<int, F>{{0, F::WrongCheck}, {3, F::ShortReply}, {255, F::WrongStart}};
         for (const char* bad : {"7", "7=", "=late", "7=loud", "7=none", "256=late", "x=late",
                                 "7=silent=late", "7=silent,7=late", ""})
-            QTest::addRow("refused \"%s\"", bad) << bad << QList<int>{} << QList<int>{};
+            QTest::addRow("refused \"%s\"", bad) << bad << QMap<int, F>{};
     }
     void lineFaultList()
     {
         QFETCH(QString, text);
-        QFETCH(QList<int>, addresses);
-        QFETCH(QList<int>, kinds);
         QString why;
         const auto got = parseLineFaults(text, &why);
-        const QMap<int, LineFault> faults = got.value_or(QMap<int, LineFault>{});
-        QList<int> gotKinds;
-        for (LineFault f : faults)
-            gotKinds << int(f);
-        QCOMPARE(faults.keys(), addresses);
-        QCOMPARE(gotKinds, kinds);
+        QTEST(got.value_or(QMap<int, LineFault>{}), "faults");
         QCOMPARE(why.isEmpty(), got.has_value());
     }
 

@@ -1,7 +1,4 @@
 #include "TestMain.h"
-#include "tst_station.h"
+#include "tst_settings.h"
 
-int main(int argc, char** argv)
-{
-    return runTests<SettingsTest, CatalogueTest>(argc, argv);
-}
+VELMORA_TEST_MAIN(SettingsTest)
