@@ -3,8 +3,10 @@
 // its receive handler. Prints records accepted / sent, the latency from the
 // record's last byte leaving the simulator to the first sink call (median and
 // p99), and the station thread's CPU time per record; then records back to
-// back at 9600, 115200 and 921600 baud, and the cost of syncing a data file.
+// back at 9600, 115200 and 921600 baud, the cost of syncing a data file, and
+// what publishing to an MQTT broker adds to each reading.
 #include "link/RunControl.h"
+#include "mqtt/MqttPublisher.h"
 #include "recording/DataRecord.h"
 #include "rs485/Waits.h"
 #include "sim/AnalyzerSim.h"
@@ -15,6 +17,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QMutex>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <atomic>
 #include <pty.h>
@@ -189,6 +193,68 @@ void syncCost()
                 each, each / 20, each / 1000);
     std::fflush(stdout);
 }
+// What publishing adds to a reading: the publisher's sink on the reading
+// path (the payload made and queued), with the broker away and with a local
+// mosquitto taking every message; and with the broker there, the station
+// thread's whole CPU time per reading (queue, hand-over, acknowledgement).
+void publishCost()
+{
+    HeadlessNotifier notifier;
+    Station st(notifier);
+    MqttPublisher publisher(st);
+    const QByteArray reply = "00019\r";
+    const auto sinkTime = [&](int n) {
+        const auto t0 = Clock::now();
+        for (int i = 0; i < n; ++i)
+            st.deliver(19, reply);
+        return std::chrono::duration<double, std::micro>(Clock::now() - t0).count() / n;
+    };
+    MqttSettings s;
+    s.host = QStringLiteral("127.0.0.1");
+    s.port = 1; // nobody there: every message waits
+    publisher.apply(s);
+    std::printf("publishing, broker away: %.2f us a reading on the reading path\n",
+                sinkTime(20000));
+    publisher.stop();
+
+    QTemporaryDir dir;
+    QFile conf(dir.filePath(QStringLiteral("mosquitto.conf")));
+    s.port = 18830 + int(QCoreApplication::applicationPid() % 1000);
+    if (QStandardPaths::findExecutable(QStringLiteral("mosquitto"), {"/usr/sbin"}).isEmpty() ||
+        !conf.open(QIODevice::WriteOnly)) {
+        std::printf("publishing to a broker: mosquitto is missing\n");
+        return;
+    }
+    conf.write("listener " + QByteArray::number(s.port) + " 127.0.0.1\nallow_anonymous true\n");
+    conf.close();
+    QProcess broker;
+    broker.start(QStringLiteral("/usr/sbin/mosquitto"), {QStringLiteral("-c"), conf.fileName()});
+    broker.waitForStarted(5000);
+    PauseMs(500, 10);
+    publisher.apply(s);
+    for (int i = 0; i < 100 && !publisher.connected(); ++i)
+        PauseMs(50, 10);
+    if (!publisher.connected()) {
+        std::printf("publishing to a broker: %s\n", qPrintable(publisher.stateText()));
+        return;
+    }
+    const int n = 20000;
+    const double cpu0 = threadCpuSeconds();
+    double onPath = 0;
+    for (int i = 0; i < n / 100; ++i) {
+        onPath += sinkTime(100) * 100;
+        QCoreApplication::processEvents(); // hand-over and acknowledgements, as the event loop does
+    }
+    for (int i = 0; i < 2000 && publisher.waiting() > 0; ++i)
+        PauseMs(5, 1);
+    const double cpu = threadCpuSeconds() - cpu0;
+    std::printf("publishing to a local mosquitto: %.2f us a reading on the reading path, %.2f us "
+                "of the station thread in all (%lld still waiting)\n",
+                onPath / n, cpu * 1e6 / n, static_cast<long long>(publisher.waiting()));
+    publisher.stop();
+    broker.terminate();
+    broker.waitForFinished(3000);
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -201,5 +267,6 @@ int main(int argc, char** argv)
     for (int baud : {9600, 115200, 921600})
         backToBack(baud, seconds);
     syncCost();
+    publishCost();
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "alarms/AlarmCheck.h"
 #include "link/RunControl.h"
+#include "mqtt/MqttPublisher.h"
 #include "recording/DataRecorder.h"
 #include "rs485/Waits.h"
 #include "sim/SimHost.h"
@@ -93,6 +94,13 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         ::close(signalFds[1]);
         return rc;
     };
+    // Publishing runs beside the reading path, on the line too; its state goes to stderr.
+    MqttPublisher publisher(st);
+    QObject::connect(&publisher, &MqttPublisher::stateChanged, &app, [&notifier](const QString& t) {
+        if (!t.isEmpty())
+            notifier.message(t);
+    });
+    publisher.apply(MqttSettings::read());
     if (options.rs485)
         return done(runHeadlessLine(app, st, options, onQuit));
 

@@ -55,6 +55,7 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
     InitTypesFromDB();
     MDIForm_Load();
     connectSinks();
+    buildPublisher();
     connect(&st_, &Station::runningChanged, this, &MDIFrm::showRunning);
 }
 
@@ -130,6 +131,8 @@ void MDIFrm::buildMenus()
             [this] { Tbr1_ButtonClick(QStringLiteral("Path")); });
     connect(addItem(set, "mnuAlarm", QStringLiteral("&Alarm")), &QAction::triggered, this,
             &MDIFrm::mnuAlarm_Click);
+    connect(addItem(set, "mnuMQTT", QStringLiteral("&MQTT...")), &QAction::triggered, this,
+            &MDIFrm::mnuMQTT_Click);
 
     QMenu* window = menu("mnuWindow", QStringLiteral("&Window"));
     QMenu* arrange = window->addMenu(QStringLiteral("&Arrange"));

@@ -24,6 +24,7 @@ class frmCUST;
 class frmCalib;
 class frmFind;
 class LineRecorder;
+class MqttPublisher;
 class Station;
 class frm_txt;
 class frmVal;
@@ -66,6 +67,9 @@ public:
     void mnuContents_Click();
     void mnuShowVal_Click();
     void mnuAlarm_Click();
+    // Set > MQTT: the broker settings (frmMQTT), applied on OK.
+    void mnuMQTT_Click();
+    MqttPublisher* publisher() const { return publisher_; }
     void Tbr1_ButtonClick(const QString& key);
     void cmbType_Click();
     void mnuGraph_Click();
@@ -102,6 +106,8 @@ private:
     void buildCommandPanel();
     void buildStatusBar();
     void buildZeroOffsetLabel();
+    // The MQTT publisher, started from the settings, and its status-bar label.
+    void buildPublisher();
     // The RS-485 line: mode label, the line's sinks and recorder.
     void buildLine();
     void showMode(bool rs485);
@@ -151,6 +157,8 @@ private:
     QPointer<frm_txt> txt_;
     DataRecorder* recorder_ = nullptr;
     AlarmCheck* alarms_ = nullptr;
+    MqttPublisher* publisher_ = nullptr;
+    QLabel* lblMqtt_ = nullptr;
     frmComment* comment_ = nullptr; // hidden, never deleted, when closed
     QPointer<frmOscil> mainGraph_;
     QPointer<frmOscil> addedGraph_;

@@ -56,4 +56,14 @@ inline constexpr char SecViewer[] = "Viewer";
 inline constexpr char ViewerFolder[] = "Folder";
 inline constexpr char ViewerFiles[] = "Files";
 inline constexpr char ViewerFile[] = "File"; // followed by 1, 2, ...
+
+// Publishing to an MQTT broker; off while Host is empty.
+inline constexpr char SecMQTT[] = "MQTT";
+inline constexpr char MqttHost[] = "Host";
+inline constexpr char MqttPort[] = "Port";
+inline constexpr char MqttTopic[] = "Topic";
+inline constexpr char MqttClientId[] = "ClientId";
+inline constexpr char MqttUser[] = "User";
+inline constexpr char MqttPassword[] = "Password";
+inline constexpr char MqttCAFile[] = "CAFile";
 } // namespace Ini

@@ -125,6 +125,7 @@ public:
         LineViewSink,
         LineFileSink,
         LineAlarmSink,
+        LinePublishSink,
         LineSinkCount
     };
     using LineSink = std::function<void(const LineReading&)>;
@@ -141,7 +142,7 @@ public:
     bool lineBusy() const { return lineBusy_; }
 
     // Where an accepted reading goes, in this order. The data-file sink is
-    // called only while recording.
+    // called only while recording; the publisher comes last.
     enum SinkSlot
     {
         MainGraphSink,
@@ -149,6 +150,7 @@ public:
         ValueWindowSink,
         DataFileSink,
         AlarmSink,
+        PublishSink,
         SinkCount
     };
     using Sink = std::function<void(double value, const QByteArray& reply)>;

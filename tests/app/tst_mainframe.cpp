@@ -62,7 +62,7 @@ void MainFrameTest::menus()
                      "mnuMode=&Mode [mnuFind=&Find, mnuRun=&Run, mnuStop=&Stop]",
                      "mnuView=&View [mnuDigital=&Digital, mnuTable=&Table, "
                      "mnuDiagram=Dia&gram, mnuGraph=&Graph]",
-                     "mnuSet=&Set [mnuSetCom=&Com Port, mnuSetPath=&Path, mnuAlarm=&Alarm]",
+                     "mnuSet=&Set [mnuSetCom=&Com Port, mnuSetPath=&Path, mnuAlarm=&Alarm, mnuMQTT=&MQTT...]",
                      "mnuWindow=&Window [mnuArrange=&Arrange [mnuHorizontal=&Horizontal, "
                      "mnuVertical=&Vertical, mnuCascade=&Cascade], "
                      "mnuOnTop=Window O&n Top, mnuOffTop=Window O&ff Top]",

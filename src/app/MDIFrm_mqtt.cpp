@@ -1,0 +1,31 @@
+// The main frame's part in publishing: the publisher, its status-bar label
+// and the settings dialog.
+#include "app/MDIFrm.h"
+
+#include "mqtt/MqttPublisher.h"
+#include "mqtt/frmMQTT.h"
+
+#include <QLabel>
+#include <QStatusBar>
+
+void MDIFrm::buildPublisher()
+{
+    publisher_ = new MqttPublisher(st_, this);
+    lblMqtt_ = new QLabel(statusBar());
+    lblMqtt_->setObjectName(QStringLiteral("lblMqtt"));
+    lblMqtt_->hide();
+    statusBar()->addPermanentWidget(lblMqtt_);
+    connect(publisher_, &MqttPublisher::stateChanged, lblMqtt_, [this](const QString& text) {
+        // The state in short; the whole text, with the reason, in the tip.
+        lblMqtt_->setText(text.section(QLatin1Char(';'), 0, 0));
+        lblMqtt_->setToolTip(text);
+        lblMqtt_->setVisible(!text.isEmpty());
+    });
+    publisher_->apply(MqttSettings::read());
+}
+
+void MDIFrm::mnuMQTT_Click()
+{
+    frmMQTT dialog(*publisher_, this);
+    dialog.exec();
+}

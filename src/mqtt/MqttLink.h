@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QByteArray>
+#include <QObject>
+#include <QString>
+#include <memory>
+
+// The connection to the broker: libmosquitto, driven on a thread of its own,
+// so that name look-ups, connecting and the network never hold up the
+// station's thread. It connects, and after a failure or a lost connection
+// connects again (1 s, doubling to 10 s). On every connection it publishes
+// `onlinePayload` on the status topic (retained), and it leaves
+// `offlinePayload` there as its last will; stop() publishes it too.
+//
+// Everything it reports arrives as a signal in the thread that owns it.
+// publish() may be called only between connected() and the next
+// disconnected(); it hands the message to libmosquitto and returns at once.
+class MqttLink : public QObject
+{
+    Q_OBJECT
+public:
+    struct Config
+    {
+        QString host;
+        int port = 1883;
+        QString clientId; // the session's client id, unique per connection
+        QString user;
+        QString password;
+        QString caFile; // TLS when set
+        QByteArray statusTopic;
+        QByteArray onlinePayload = "online";
+        QByteArray offlinePayload = "offline";
+        int keepaliveSeconds = 20;
+        int connectTimeoutMs = 10000;
+    };
+
+    explicit MqttLink(QObject* parent = nullptr);
+    ~MqttLink() override;
+
+    // Checks the settings that can be checked here (the CA file) and starts
+    // the thread; false, with the reason, when they are wrong.
+    bool start(const Config& config, QString* why);
+    // Publishes the offline status when connected, disconnects, and waits at
+    // most `waitMs` for the thread (a look-up of a dead name server may take
+    // longer; the thread then ends by itself).
+    void stop(int waitMs = 2000);
+    bool running() const;
+
+    // The message id, or -1 when it could not be handed over (no connection).
+    int publish(const QByteArray& topic, const QByteArray& payload, int qos, bool retain);
+
+    struct Shared; // between this object and its thread
+
+Q_SIGNALS:
+    void connected();
+    // A connection attempt failed: the name, the connection, or the broker refused.
+    void connectFailed(const QString& why);
+    void disconnected(const QString& why);
+    // The broker acknowledged the message with this id (QoS 1).
+    void delivered(int mid);
+
+private:
+    std::shared_ptr<Shared> shared_;
+};
