@@ -16,8 +16,13 @@ void MDIFrm::buildPublisher()
     lblMqtt_->hide();
     statusBar()->addPermanentWidget(lblMqtt_);
     connect(publisher_, &MqttPublisher::stateChanged, lblMqtt_, [this](const QString& text) {
-        // The state in short; the whole text, with the reason, in the tip.
-        lblMqtt_->setText(text.section(QLatin1Char(';'), 0, 0));
+        // The state in short ("MQTT: lost 10.0.0.5:1883 at 14:05:09"); the
+        // whole text, with the reason, in the tip.
+        QString brief = text.section(QLatin1Char(';'), 0, 0);
+        if (const qsizetype reason = brief.lastIndexOf(QLatin1String(" ("));
+            reason > 0 && brief.endsWith(QLatin1Char(')')) && !brief.endsWith(QLatin1String("(TLS)")))
+            brief.truncate(reason);
+        lblMqtt_->setText(brief);
         lblMqtt_->setToolTip(text);
         lblMqtt_->setVisible(!text.isEmpty());
     });
