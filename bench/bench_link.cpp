@@ -20,15 +20,15 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <ctime>
 #include <pty.h>
 #include <termios.h>
 #include <thread>
 #include <unistd.h>
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <ctime>
 #include <vector>
 
 namespace {
@@ -144,7 +144,8 @@ void backToBack(int baud, int seconds)
             for (; sent < due; ++sent)
                 block += QByteArray::number(sent % 100000).rightJustified(5, '0') + "\n\r";
             for (qsizetype at = 0; at < block.size();) {
-                const ssize_t n = ::write(master, block.constData() + at, size_t(block.size() - at));
+                const ssize_t n =
+                    ::write(master, block.constData() + at, size_t(block.size() - at));
                 if (n <= 0)
                     break;
                 at += n;
@@ -161,9 +162,9 @@ void backToBack(int baud, int seconds)
     st.Stop();
     std::printf("%6d baud back to back (%5.0f records/s): accepted %lld / sent %lld (%.2f %%), "
                 "dropped %lld; CPU %.1f us/record\n",
-                baud, recordsPerSecond, static_cast<long long>(seen),
-                static_cast<long long>(sent), sent ? 100.0 * double(seen) / double(sent) : 0.0,
-                qint64(st.droppedRecords), seen ? cpu / double(seen) * 1e6 : 0.0);
+                baud, recordsPerSecond, static_cast<long long>(seen), static_cast<long long>(sent),
+                sent ? 100.0 * double(seen) / double(sent) : 0.0, qint64(st.droppedRecords),
+                seen ? cpu / double(seen) * 1e6 : 0.0);
     std::fflush(stdout);
     st.myComm.setPortOpen(false);
     ::close(master);

@@ -1,7 +1,6 @@
 // The main frame's part in publishing: the publisher, its status-bar label
 // and the settings dialog.
 #include "app/MDIFrm.h"
-
 #include "mqtt/MqttPublisher.h"
 #include "mqtt/frmMQTT.h"
 
@@ -20,7 +19,8 @@ void MDIFrm::buildPublisher()
         // whole text, with the reason, in the tip.
         QString brief = text.section(QLatin1Char(';'), 0, 0);
         if (const qsizetype reason = brief.lastIndexOf(QLatin1String(" ("));
-            reason > 0 && brief.endsWith(QLatin1Char(')')) && !brief.endsWith(QLatin1String("(TLS)")))
+            reason > 0 && brief.endsWith(QLatin1Char(')')) &&
+            !brief.endsWith(QLatin1String("(TLS)")))
             brief.truncate(reason);
         lblMqtt_->setText(brief);
         lblMqtt_->setToolTip(text);

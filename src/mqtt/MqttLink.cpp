@@ -24,7 +24,7 @@ struct MqttLink::Shared
     std::condition_variable wake; // stop requested
     MqttLink* owner = nullptr;    // null once the link is gone
     std::mutex handleMutex;
-    mosquitto* mosq = nullptr; // the current connection attempt's handle
+    mosquitto* mosq = nullptr;          // the current connection attempt's handle
     std::atomic<bool> connected{false}; // CONNACK accepted on `mosq`
     std::atomic<bool> stopping{false};
     std::atomic<bool> finished{false};
@@ -161,7 +161,7 @@ bool runConnection(MqttLink::Shared& s, mosquitto* m, QString* why)
         }
     }
     if (why->isEmpty())
-        *why = !s.refusal.isEmpty() ? QStringLiteral("refused: ") + s.refusal
+        *why = !s.refusal.isEmpty()          ? QStringLiteral("refused: ") + s.refusal
                : rc == MOSQ_ERR_CONN_REFUSED ? QStringLiteral("connection refused")
                                              : errorText(rc);
     return established;
@@ -211,7 +211,8 @@ bool MqttLink::start(const Config& config, QString* why)
     if (!config.caFile.isEmpty()) {
         QFile ca(config.caFile);
         if (!ca.open(QIODevice::ReadOnly)) {
-            *why = QStringLiteral("CA file %1 can't be read: %2").arg(config.caFile, ca.errorString());
+            *why =
+                QStringLiteral("CA file %1 can't be read: %2").arg(config.caFile, ca.errorString());
             return false;
         }
     }

@@ -152,11 +152,12 @@ void MqttPublisher::onLost(const QString& why, bool wasConnected)
         queue_[i].mid = -1;
     inFlight_ = 0;
     const QString where = settings_.describe();
-    setState(wasConnected
-                 ? QStringLiteral("MQTT: lost %1 at %2 (%3); readings wait in memory")
-                       .arg(where, QTime::currentTime().toString(QStringLiteral("HH:mm:ss")), why)
-                 : QStringLiteral("MQTT: can't reach %1 (%2); trying again, readings wait in memory")
-                       .arg(where, why));
+    setState(
+        wasConnected
+            ? QStringLiteral("MQTT: lost %1 at %2 (%3); readings wait in memory")
+                  .arg(where, QTime::currentTime().toString(QStringLiteral("HH:mm:ss")), why)
+            : QStringLiteral("MQTT: can't reach %1 (%2); trying again, readings wait in memory")
+                  .arg(where, why));
 }
 
 void MqttPublisher::setState(const QString& text)

@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <arpa/inet.h>
@@ -48,17 +49,25 @@ public:
     int port = freePort();
     QProcess proc;
 
+    // Debian installs it in /usr/sbin, which a user's PATH may not hold.
+    static QString program()
+    {
+        return QStandardPaths::findExecutable(QStringLiteral("mosquitto"),
+                                              {QStringLiteral("/usr/sbin")});
+    }
     bool start()
     {
         QFile conf(dir.filePath(QStringLiteral("mosquitto.conf")));
         if (!conf.open(QIODevice::WriteOnly))
             return false;
-        conf.write("listener " + QByteArray::number(port) + " 127.0.0.1\nallow_anonymous true\n"
-                   "persistence true\npersistence_location " + dir.path().toLocal8Bit() + "/\n");
+        conf.write("listener " + QByteArray::number(port) +
+                   " 127.0.0.1\nallow_anonymous true\n"
+                   "persistence true\npersistence_location " +
+                   dir.path().toLocal8Bit() + "/\n");
         if (::getuid() == 0)
             conf.write("user root\n"); // else it drops to a user that can't write the folder
         conf.close();
-        proc.start(QStringLiteral("mosquitto"), {QStringLiteral("-c"), conf.fileName()});
+        proc.start(program(), {QStringLiteral("-c"), conf.fileName()});
         return proc.waitForStarted(5000) && QTest::qWaitFor([this] { return accepts(port); }, 5000);
     }
     void stop()

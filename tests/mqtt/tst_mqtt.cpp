@@ -12,7 +12,6 @@
 #include <QDateTime>
 #include <QLineEdit>
 #include <QSpinBox>
-#include <QStandardPaths>
 
 using namespace mqtt_rig;
 
@@ -96,8 +95,7 @@ class BrokerTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QStandardPaths::findExecutable(QStringLiteral("mosquitto")).isEmpty() &&
-            !QFile::exists(QStringLiteral("/usr/sbin/mosquitto")))
+        if (Broker::program().isEmpty())
             QFAIL("mosquitto is missing: scripts/install-deps installs it");
     }
 
@@ -125,8 +123,9 @@ private Q_SLOTS:
             QCOMPARE(r.value("ppm").toDouble(), raw / 10.0);
             QCOMPARE(r.value("alarm_level").toInt(), raw > 20 ? 3 : raw > 19 ? 1 : 0);
             QVERIFY(r.value("address").isNull());
-            const qint64 t = QDateTime::fromString(r.value("time_utc").toString(), Qt::ISODateWithMs)
-                                 .toMSecsSinceEpoch();
+            const qint64 t =
+                QDateTime::fromString(r.value("time_utc").toString(), Qt::ISODateWithMs)
+                    .toMSecsSinceEpoch();
             QVERIFY(t >= begun && t <= QDateTime::currentMSecsSinceEpoch());
             if (r.value("alarm_level").toInt() != level) {
                 level = r.value("alarm_level").toInt();
@@ -140,9 +139,9 @@ private Q_SLOTS:
             const QJsonObject a = alarms[i].json();
             QCOMPARE(a.value("record"), expectedAlarms[i].value("record"));
             QCOMPARE(a.value("alarm_level"), expectedAlarms[i].value("alarm_level"));
-            QCOMPARE(a.value("state").toString(),
-                     a.value("alarm_level").toInt() > 0 ? QStringLiteral("raised")
-                                                        : QStringLiteral("cleared"));
+            QCOMPARE(a.value("state").toString(), a.value("alarm_level").toInt() > 0
+                                                      ? QStringLiteral("raised")
+                                                      : QStringLiteral("cleared"));
         }
         // The last alarm state stays on the broker for whoever subscribes later.
         QProcess retained;
@@ -194,7 +193,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("said");
         const int closed = freePort();
         QTest::newRow("nobody on the port")
-            << mqttIni(closed) << QStringLiteral("MQTT: can't reach 127.0.0.1:%1 as operator (Connection refused)").arg(closed);
+            << mqttIni(closed)
+            << QStringLiteral("MQTT: can't reach 127.0.0.1:%1 as operator (Connection refused)")
+                   .arg(closed);
         QTest::newRow("unknown host") << QByteArray("[MQTT]\nHost=no-such-broker.invalid\n")
                                       << QStringLiteral("MQTT: can't reach no-such-broker.invalid");
         QTest::newRow("unreadable CA file")
@@ -237,7 +238,8 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(publisher.connected(), 5000);
         st.deliver(25, "00025\r");
         QVERIFY(sub.waitFor(QStringLiteral("gui1/main/reading"), {}));
-        QCOMPARE(sub.on(QStringLiteral("gui1/main/reading")).first().json().value("raw").toInt(), 25);
+        QCOMPARE(sub.on(QStringLiteral("gui1/main/reading")).first().json().value("raw").toInt(),
+                 25);
         QTRY_COMPARE(publisher.waiting(), 0);
     }
 };
