@@ -124,12 +124,8 @@ private Q_SLOTS:
         QCOMPARE(r.view.color, int(AlarmCheck::Green));
         QCOMPARE(r.view.beeps, 1);
     }
-};
 
-class AlarmDialogTest : public QObject
-{
-    Q_OBJECT
-private Q_SLOTS:
+    // The thresholds dialog.
     void filter_data()
     {
         QTest::addColumn<QString>("typed");
@@ -201,6 +197,6 @@ private Q_SLOTS:
     }
 };
 
-VELMORA_TEST_MAIN(AlarmTest, AlarmDialogTest)
+VELMORA_TEST_MAIN(AlarmTest)
 
 #include "tst_alarms.moc"

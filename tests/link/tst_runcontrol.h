@@ -1,15 +1,13 @@
 // Run, Stop, the receive handler and the polling timer over a real tty.
 #pragma once
 
+#include "Files.h"
 #include "StationRig.h"
 #include "link/DataWatch.h"
-#include "link/ProcessReply.h"
 #include "link/RunControl.h"
 #include "recording/DataRecorder.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
@@ -28,10 +26,6 @@ class RunControlTest : public QObject
             st.timerPeriod = 30; // no tick of its own during a test
             st.sinks[Station::MainGraphSink] = [this](double v, const QByteArray&) { values << v; };
         }
-        bool waitForInput(int bytes)
-        {
-            return QTest::qWaitFor([&] { return st.myComm.InBufferCount() >= bytes; }, 2000);
-        }
         // Run, which asks the analyzer for its stream.
         bool run()
         {
@@ -41,30 +35,12 @@ class RunControlTest : public QObject
     };
 
 private Q_SLOTS:
-    void runStreamsAndStopSends()
+    // Records one at a time, as an analyzer delivers them, or several
+    // together: each is a reading, and the checks still apply record by
+    // record. Stop then ends the stream.
+    void records_data()
     {
-        Rig r;
-        QVERIFY(r.run());
-        QCOMPARE(r.st.myComm.RThreshold(), 7);
-        for (const char* rec : {"00019\n\r", "00021\n\r", "00017\n\r"}) {
-            const qsizetype before = r.values.size();
-            r.line.write(rec);
-            // One record at a time, as an analyzer delivers them.
-            QVERIFY(QTest::qWaitFor([&] { return r.values.size() == before + 1; }, 2000));
-        }
-        QCOMPARE(r.values, (QList<double>{19, 21, 17}));
-        r.st.Stop();
-        QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
-        QCOMPARE(r.line.readAll(100), QByteArray());
-        QVERIFY(r.st.myComm.PortOpen());
-        QCOMPARE(r.st.myComm.RThreshold(), 0);
-    }
-
-    // Records that arrive together are each a reading; the checks still
-    // apply record by record.
-    void recordsTogether_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QByteArrayList>("deliveries");
         QTest::addColumn<QList<double>>("values");
         QByteArray ten;
         QList<double> tenValues;
@@ -72,44 +48,39 @@ private Q_SLOTS:
             ten += QByteArray::number(i).rightJustified(5, '0') + "\n\r";
             tenValues << i;
         }
-        QTest::newRow("ten in one delivery") << ten << tenValues;
+        QTest::newRow("one at a time")
+            << QByteArrayList{"00019\n\r", "00021\n\r", "00017\n\r"} << QList<double>{19, 21, 17};
+        QTest::newRow("ten in one delivery") << QByteArrayList{ten} << tenValues;
         QTest::newRow("a letter drops that record only")
-            << QByteArray("00001\n\r00a02\n\r00003\n\r") << QList<double>{1, 3};
+            << QByteArrayList{"00001\n\r00a02\n\r00003\n\r"} << QList<double>{1, 3};
         // Out of step: the rest of what waits is thrown away, and reading
         // starts again with the next delivery.
         QTest::newRow("out of step drops what waits")
-            << QByteArray("00001\n\r0002\n\r00003\n\r00004\n\r") << QList<double>{1};
+            << QByteArrayList{"00001\n\r0002\n\r00003\n\r00004\n\r"} << QList<double>{1};
     }
-    void recordsTogether()
+    void records()
     {
-        QFETCH(QByteArray, bytes);
+        QFETCH(QByteArrayList, deliveries);
         QFETCH(QList<double>, values);
         Rig r;
         QVERIFY(r.run());
-        r.line.write(bytes);
-        QVERIFY(QTest::qWaitFor(
-            [&] { return r.values.size() >= values.size() && r.st.myComm.InBufferCount() == 0; },
-            2000));
+        QCOMPARE(r.st.myComm.RThreshold(), 7);
+        for (const QByteArray& bytes : deliveries) {
+            const qsizetype before = r.values.size();
+            r.line.write(bytes);
+            QVERIFY(QTest::qWaitFor(
+                [&] { return r.values.size() > before && r.st.myComm.InBufferCount() == 0; },
+                2000));
+        }
         // A record sent afterwards is the next reading: nothing else came between.
         r.line.write("00099\n\r");
         QVERIFY(QTest::qWaitFor([&] { return r.values.size() > values.size(); }, 2000));
         QCOMPARE(r.values, values + QList<double>{99});
-    }
-
-    void outOfStepFlushesInput()
-    {
-        Rig r;
-        QVERIFY(r.st.ensurePortOpen());
-        r.line.write("00019\n\r00020");
-        QVERIFY(r.waitForInput(12));
-        QVERIFY(!ProcessRecord(r.st, "12345\r\n")); // CR marker: out of step
-        QCOMPARE(r.st.myComm.InBufferCount(), 0);
-        // A letter drops the record but leaves pending input alone.
-        r.line.write("00021\n\r");
-        QVERIFY(r.waitForInput(7));
-        QVERIFY(!ProcessRecord(r.st, "1a345\n\r"));
-        QCOMPARE(r.st.myComm.InBufferCount(), 7);
-        QVERIFY(r.values.isEmpty());
+        r.st.Stop();
+        QCOMPARE(r.line.read(6, 2000), QByteArray("CDAT?\r"));
+        QCOMPARE(r.line.readAll(100), QByteArray());
+        QVERIFY(r.st.myComm.PortOpen());
+        QCOMPARE(r.st.myComm.RThreshold(), 0);
     }
 
     void timerTickAsksForOneRecord()
@@ -118,7 +89,7 @@ private Q_SLOTS:
         QVERIFY(r.run());
         // Streamed records are stale in "From Timer" mode: receive events pass them by.
         r.line.write("00019\n\r0001");
-        QVERIFY(r.waitForInput(11));
+        QVERIFY(QTest::qWaitFor([&] { return r.st.myComm.InBufferCount() >= 11; }, 2000));
         OnComm(r.st);
         QCOMPARE(r.st.eventCounter, 0u);
         // Answer the poll from a timer, as the analyzer would.
@@ -171,8 +142,9 @@ private Q_SLOTS:
     }
 
     // A device path that vanishes and comes back (a USB adapter pulled and
-    // plugged in again): the station opens it again by itself, starts the
-    // stream again, and the day's file shows the gap.
+    // plugged in again): the line event closes the port without a message,
+    // the station opens it again by itself, starts the stream again, and the
+    // day's file shows the gap.
     void portComesBack()
     {
         QTemporaryDir dir;
@@ -189,6 +161,8 @@ private Q_SLOTS:
         DataRecorder recorder(st);
         QList<double> values;
         st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray&) { values << v; };
+        QList<int> events;
+        QObject::connect(&st, &Station::lineEvent, [&](int e) { events << e; });
         Run(st);
         QVERIFY(recorder.start());
         QCOMPARE(first->read(6, 2000), QByteArray("XDAT?\r"));
@@ -199,6 +173,10 @@ private Q_SLOTS:
         first.reset();
         QFile::remove(link);
         QVERIFY(QTest::qWaitFor([&] { return !st.myComm.PortOpen(); }, 2000));
+        QVERIFY2(events.value(0) == CommPort::comEventDeviceGone ||
+                     events.value(0) == CommPort::comEventReadError,
+                 qPrintable(QString::number(events.value(0))));
+        QVERIFY(n.statuses.contains(QStringLiteral("CommEvent = %1").arg(events.value(0))));
         QVERIFY(n.statuses.filter(QStringLiteral("lost")).size() == 1);
         QTest::qWait(1500); // a few tries find nothing
 
@@ -212,15 +190,10 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return values.size() == 2; }, 2000));
         QCOMPARE(values, (QList<double>{1, 2}));
         recorder.end();
-        QFile day(recorder.textFilePath().isEmpty()
-                      ? dir.filePath(QDate::currentDate().toString("dd_MM_yy") + ".txt")
-                      : recorder.textFilePath());
-        QVERIFY(day.open(QIODevice::ReadOnly));
-        const QByteArray marks = day.readAll();
+        const QByteArray marks = contents(onlyFile(dir.path(), QStringLiteral("*.txt")));
         QVERIFY2(marks.contains("\r\nLost-") && marks.contains("\r\nBack-"), marks.constData());
-        QFile data(dir.filePath(QDir(dir.path()).entryList({"*.dat"}).value(0)));
-        QVERIFY(data.open(QIODevice::ReadOnly));
-        QCOMPARE(data.readAll().count('\n'), 2);
+        QCOMPARE(contents(onlyFile(dir.path(), QStringLiteral("*.dat"))).count('\n'), 2);
+        QVERIFY(n.messages.isEmpty());
     }
 
     // A silent analyzer is reported, asked again, and then its port is opened anew.
@@ -242,22 +215,6 @@ private Q_SLOTS:
         QVERIFY(
             QTest::qWaitFor([&] { return !r.n.statuses.filter("data again").isEmpty(); }, 2000));
         QCOMPARE(r.line.readAll(400), QByteArray()); // and nothing more is asked
-    }
-
-    void pulledDeviceKeepsRunning()
-    {
-        Rig r;
-        QList<int> events;
-        QObject::connect(&r.st, &Station::lineEvent, [&](int e) { events << e; });
-        QVERIFY(r.run());
-        r.line.closeMaster();
-        QVERIFY(QTest::qWaitFor([&] { return !events.isEmpty(); }, 3000));
-        const int e = events.first();
-        QVERIFY2(e == CommPort::comEventDeviceGone || e == CommPort::comEventReadError,
-                 qPrintable(QString::number(e)));
-        QCOMPARE(r.n.lastStatus.value(0), QStringLiteral("CommEvent = %1").arg(e));
-        QVERIFY(!r.st.myComm.PortOpen());
-        QVERIFY(r.n.messages.isEmpty());
     }
 
     void badSettingsAreAMessage()

@@ -1,12 +1,11 @@
 // A station recording into a temporary folder, with a clock the test sets.
 #pragma once
 
+#include "Files.h"
 #include "RecordingNotifier.h"
 #include "recording/DataRecorder.h"
 #include "station/Station.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <functional>
 
@@ -34,15 +33,11 @@ public:
     QList<Answer> open;
 };
 
-inline QByteArray contents(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
+// The station tells `other` instead of n when one is given.
 struct RecordingRig
 {
-    explicit RecordingRig(const QString& sub = QString())
+    explicit RecordingRig(const QString& sub = QString(), Notifier* other = nullptr)
+        : st(other ? *other : n)
     {
         st.dataFolder = sub.isEmpty() ? dir.path() : dir.filePath(sub);
         QDir().mkpath(st.dataFolder);
@@ -56,7 +51,7 @@ struct RecordingRig
 
     QTemporaryDir dir;
     HookedNotifier n;
-    Station st{n};
+    Station st;
     DataRecorder rec{st};
     QDateTime now{QDate(2026, 11, 15), QTime(14, 5, 0)};
 };

@@ -1,31 +1,16 @@
 // Reading data files back: damage, the year and midnight, and CSV rows.
 #pragma once
 
+#include "Files.h"
 #include "recording/CsvExport.h"
 #include "recording/DataRecord.h"
 #include "recording/RecordFile.h"
 
 #include <QBuffer>
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 namespace recordfile {
-inline QString put(const QTemporaryDir& dir, const QString& name, const QByteArray& bytes,
-                   const QDateTime& modified = {})
-{
-    const QString path = dir.filePath(name);
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return {};
-    f.write(bytes);
-    f.flush(); // before the time is set, or the write would set it again
-    if (modified.isValid())
-        f.setFileTime(modified, QFileDevice::FileModificationTime);
-    return path;
-}
-
 inline QList<RecordFile::Record> readFile(const QString& path, int* skipped, QString* error)
 {
     RecordFile::Reader r(path);
@@ -70,12 +55,11 @@ private Q_SLOTS:
             << r1 + QByteArray(64, '\0') + r2 << QList<int>{1, 2} << 0 << QString();
         QTest::newRow("garbage line")
             << r1 + "x\x01\xff=garbage\r\n" + r2 << QList<int>{1, 2} << 1 << QString();
-        QTest::newRow("stop line's empty line") << r1 + "\r\n" + r2 << QList<int>{1, 2} << 0
-                                                << QString();
+        QTest::newRow("stop line's empty line")
+            << r1 + "\r\n" + r2 << QList<int>{1, 2} << 0 << QString();
         QTest::newRow("empty file") << QByteArray() << QList<int>{} << 0 << QString();
-        QTest::newRow("not a record file")
-            << QByteArray("[COMPORTS]\r\nNCOM=2\r\n") << QList<int>{} << 0
-            << "not a data file of the station";
+        QTest::newRow("not a record file") << QByteArray("[COMPORTS]\r\nNCOM=2\r\n") << QList<int>{}
+                                           << 0 << "not a data file of the station";
     }
 
     void damage()
@@ -84,8 +68,8 @@ private Q_SLOTS:
         QTemporaryDir dir;
         int skipped = 0;
         QString error;
-        const auto recs = recordfile::readFile(recordfile::put(dir, "14h15_11.dat", bytes),
-                                               &skipped, &error);
+        const auto recs =
+            recordfile::readFile(put(dir.filePath("14h15_11.dat"), bytes), &skipped, &error);
         QList<int> numbers;
         for (const auto& r : recs)
             numbers << r.number;
@@ -123,7 +107,8 @@ private Q_SLOTS:
             << at(2027, 1, 1, 0, 0, 1) << QList<QDateTime>{at(2026, 12, 31, 23, 59, 59)};
         QTest::newRow("hourly file across midnight")
             << "23h31_12.dat"
-            << QByteArray("00001\t23:59:59\t00020\t00000\t0\r\n00002\t00:00:00\t00021\t00000\t0\r\n")
+            << QByteArray(
+                   "00001\t23:59:59\t00020\t00000\t0\r\n00002\t00:00:00\t00021\t00000\t0\r\n")
             << QByteArray("Start=31/12/26\r\n") << at(2027, 1, 1, 0, 0, 1)
             << QList<QDateTime>{at(2026, 12, 31, 23, 59, 59), at(2027, 1, 1, 0, 0, 0)};
         QTest::newRow("chosen file over two midnights")
@@ -144,11 +129,11 @@ private Q_SLOTS:
         QFETCH(QList<QDateTime>, expected);
         QTemporaryDir dir;
         if (!dayFile.isEmpty())
-            recordfile::put(dir, name.mid(3, 5) + "_" + dayFile.mid(12, 2) + ".txt", dayFile);
+            put(dir.filePath(name.mid(3, 5) + "_" + dayFile.mid(12, 2) + ".txt"), dayFile);
         int skipped = 0;
         QString error;
         const auto recs =
-            recordfile::readFile(recordfile::put(dir, name, records, modified), &skipped, &error);
+            recordfile::readFile(put(dir.filePath(name), records, modified), &skipped, &error);
         QCOMPARE(recs.size(), expected.size());
         for (int i = 0; i < recs.size(); ++i) {
             QCOMPARE(recs[i].localMs, recordfile::localMs(expected[i]));
@@ -161,14 +146,14 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         const QDateTime t(QDate(2026, 11, 15), QTime(14, 5, 0));
-        const QString single = recordfile::put(
-            dir, "14h15_11.dat",
-            DataRecord::bytes(7, t, "00020\r", -20, 10, 80) +
-                DataRecord::bytes(8, t.addSecs(2), "00085\r", -20, 10, 80) + "00009\t14:0");
-        const QString line = recordfile::put(
-            dir, "14h15_11_A005.dat",
-            DataRecord::lineRecord(t.addSecs(1), 5, "00051", "04123", 0, 50, 80, true));
-        recordfile::put(dir, "15_11_26.txt", "Start=15/11/26\r\n");
+        const QString single =
+            put(dir.filePath("14h15_11.dat"),
+                DataRecord::bytes(7, t, "00020\r", -20, 10, 80) +
+                    DataRecord::bytes(8, t.addSecs(2), "00085\r", -20, 10, 80) + "00009\t14:0");
+        const QString line =
+            put(dir.filePath("14h15_11_A005.dat"),
+                DataRecord::lineRecord(t.addSecs(1), 5, "00051", "04123", 0, 50, 80, true));
+        put(dir.filePath("15_11_26.txt"), "Start=15/11/26\r\n");
         QBuffer out;
         out.open(QIODevice::WriteOnly);
         const CsvResult r = exportCsv({single, line, dir.filePath("none.dat")}, out);
@@ -180,8 +165,13 @@ private Q_SLOTS:
         };
         QCOMPARE(out.data(),
                  "time,time_utc,record,address,raw,ppm,second_value,zero_position,alarm_level\r\n"
-                 "2026-11-15 14:05:00," + utc(t) + ",7,,20,2.0,,-20,1\r\n"
-                 "2026-11-15 14:05:01," + utc(t.addSecs(1)) + ",1,5,51,5.1,4123,0,1\r\n"
-                 "2026-11-15 14:05:02," + utc(t.addSecs(2)) + ",8,,85,8.5,,-20,3\r\n");
+                 "2026-11-15 14:05:00," +
+                     utc(t) +
+                     ",7,,20,2.0,,-20,1\r\n"
+                     "2026-11-15 14:05:01," +
+                     utc(t.addSecs(1)) +
+                     ",1,5,51,5.1,4123,0,1\r\n"
+                     "2026-11-15 14:05:02," +
+                     utc(t.addSecs(2)) + ",8,,85,8.5,,-20,3\r\n");
     }
 };

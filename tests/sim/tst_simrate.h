@@ -2,12 +2,7 @@
 // several, and on a line too slow for the rate.
 #pragma once
 
-#include "sim/AnalyzerSim.h"
-#include "sim/SimHost.h"
-#include "station/CommPort.h"
-
-#include <QElapsedTimer>
-#include <QTest>
+#include "tst_simline.h"
 
 class TestSimRate : public QObject
 {
@@ -28,12 +23,8 @@ private Q_SLOTS:
         QFETCH(double, rate);
         QFETCH(int, baud);
         QFETCH(double, expected);
-        SimConfig config;
-        config.readingsPerSecond = rate;
-        config.baud = baud;
-        config.seed = 42;
         SimHost host;
-        const QString path = host.start(config);
+        const QString path = host.start(simConfig(AnalyzerType::ZepD, rate, baud));
         CommPort port;
         port.setPortName(path);
         QVERIFY(port.setSettings(QStringLiteral("%1,n,8,1").arg(baud)));

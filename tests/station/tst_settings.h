@@ -2,30 +2,14 @@
 // reading and saving of its settings.
 #pragma once
 
+#include "Files.h"
 #include "StationRig.h"
 #include "station/IniFile.h"
 #include "station/Settings.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
-
-namespace {
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    f.open(QIODevice::ReadOnly);
-    return f.readAll();
-}
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    f.open(QIODevice::WriteOnly);
-    f.write(bytes);
-}
-} // namespace
 
 class SettingsTest : public QObject
 {
@@ -60,7 +44,7 @@ private Q_SLOTS:
                                   "[LIMIT]\r\n"
                                   "Limit1=40\r\n"
                                   "\r\n";
-        writeFile(ini_, legacy);
+        put(ini_, legacy);
         StationRig r;
         Station& st = r.st;
         ReadSettings(st);
@@ -70,7 +54,7 @@ private Q_SLOTS:
         st.limit1 = 45;
         SaveSettings(st);
 
-        const QByteArray after = readFile(ini_);
+        const QByteArray after = contents(ini_);
         // Every line of the old file is still there, in order, byte for byte,
         // except the one key whose value changed.
         QByteArray expected = legacy;
@@ -125,7 +109,7 @@ private Q_SLOTS:
         QFETCH(QString, section);
         QFETCH(QString, key);
         QFETCH(QString, value);
-        writeFile(ini_, file);
+        put(ini_, file);
         QCOMPARE(ReadIni(section, key, "Tervala.ini"), value);
     }
 
@@ -174,9 +158,9 @@ private Q_SLOTS:
         QFETCH(QString, value);
         QFETCH(QByteArray, after);
         if (!before.isEmpty())
-            writeFile(ini_, before);
+            put(ini_, before);
         QVERIFY(WriteIni("S", "K", value, "Tervala.ini"));
-        QCOMPARE(readFile(ini_), after);
+        QCOMPARE(contents(ini_), after);
         QTEST(ReadIni("S", "K", "Tervala.ini"), "back");
     }
 
@@ -211,7 +195,7 @@ private Q_SLOTS:
     void readSettings()
     {
         QFETCH(QByteArray, file);
-        writeFile(ini_, file);
+        put(ini_, file);
         StationRig r;
         Station& st = r.st;
         st.layout.mdiWidth = 1; // the reading sets the frame keys even when absent
@@ -229,7 +213,7 @@ private Q_SLOTS:
     {
         const QString data = dir_->filePath(QStringLiteral("data"));
         QDir().mkpath(data);
-        writeFile(ini_, "[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n");
+        put(ini_, "[Path]\nIniPathDat=" + data.toLocal8Bit() + "\n");
         StationRig r;
         ReadSettings(r.st);
         QCOMPARE(r.st.dataFolder, data);
