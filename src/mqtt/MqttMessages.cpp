@@ -1,5 +1,7 @@
 #include "mqtt/MqttMessages.h"
 
+#include "recording/DataRecord.h"
+
 #include <QDateTime>
 
 namespace MqttMessages {
@@ -68,7 +70,7 @@ QByteArray alarmPayload(const Reading& r)
 
 int alarmLevel(int raw, int limit1, int limit2)
 {
-    return raw > limit2 ? 3 : raw > limit1 ? 1 : 0;
+    return DataRecord::alarmDigit(double(raw), limit1, limit2) - '0';
 }
 
 } // namespace MqttMessages

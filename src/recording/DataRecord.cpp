@@ -113,7 +113,11 @@ QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int z
 
 char alarmDigit(const QString& valueText, int limit1, int limit2)
 {
-    const double raw = valueText.trimmed().toDouble();
+    return alarmDigit(valueText.trimmed().toDouble(), limit1, limit2);
+}
+
+char alarmDigit(double raw, int limit1, int limit2)
+{
     return raw <= limit1 ? '0' : raw <= limit2 ? '1' : '3';
 }
 

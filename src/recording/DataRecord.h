@@ -53,6 +53,7 @@ QByteArray bytes(int counter, const QDateTime& t, const QByteArray& reply, int z
 // The alarm digit of a value text compared with the thresholds: "0" at or
 // below limit1, "1" above it and at or below limit2, "3" above limit2.
 char alarmDigit(const QString& valueText, int limit1, int limit2);
+char alarmDigit(double raw, int limit1, int limit2);
 
 // The hourly file of one analyzer on the RS-485 line: the hourly name with
 // "_A" and the address in three digits ("14h15_11_A005.dat").
