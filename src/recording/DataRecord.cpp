@@ -1,8 +1,7 @@
 #include "recording/DataRecord.h"
 
-#include <QFileInfo>
-
 #include <QFile>
+#include <QFileInfo>
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
