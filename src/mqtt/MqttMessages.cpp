@@ -7,11 +7,6 @@
 namespace MqttMessages {
 
 namespace {
-QByteArray base(const QString& topic, const QString& clientId)
-{
-    return topic.toUtf8() + '/' + clientId.toUtf8() + '/';
-}
-
 // "-1.5", "0.0", "12.3": one decimal of a value in tenths, exact.
 QByteArray tenths(int raw)
 {
@@ -43,19 +38,34 @@ QByteArray channel(int address)
     return address < 0 ? QByteArray("main") : QByteArray::number(address).rightJustified(3, '0');
 }
 
+QByteArray prefix(const QString& topic, const QString& clientId)
+{
+    return topic.toUtf8() + '/' + clientId.toUtf8() + '/';
+}
+
+QByteArray readingSubtopic(int address)
+{
+    return channel(address) + "/reading";
+}
+
+QByteArray alarmSubtopic(int address)
+{
+    return channel(address) + "/alarm";
+}
+
 QByteArray statusTopic(const QString& topic, const QString& clientId)
 {
-    return base(topic, clientId) + "status";
+    return prefix(topic, clientId) + "status";
 }
 
 QByteArray readingTopic(const QString& topic, const QString& clientId, int address)
 {
-    return base(topic, clientId) + channel(address) + "/reading";
+    return prefix(topic, clientId) + readingSubtopic(address);
 }
 
 QByteArray alarmTopic(const QString& topic, const QString& clientId, int address)
 {
-    return base(topic, clientId) + channel(address) + "/alarm";
+    return prefix(topic, clientId) + alarmSubtopic(address);
 }
 
 QByteArray readingPayload(const Reading& r)

@@ -24,6 +24,11 @@ struct Reading
 };
 
 QByteArray channel(int address);
+// "<topic>/<client>/": what every topic starts with.
+QByteArray prefix(const QString& topic, const QString& clientId);
+// What follows the prefix: "main/reading", "005/alarm".
+QByteArray readingSubtopic(int address);
+QByteArray alarmSubtopic(int address);
 QByteArray statusTopic(const QString& topic, const QString& clientId);
 QByteArray readingTopic(const QString& topic, const QString& clientId, int address);
 QByteArray alarmTopic(const QString& topic, const QString& clientId, int address);

@@ -36,25 +36,30 @@ bool MqttPublisher::apply(const MqttSettings& settings)
 {
     if (settings == settings_ && link_.running())
         return true;
-    stop();
-    settings_ = settings;
     if (!settings.enabled()) {
-        setState(QString());
+        stop();
+        settings_ = settings;
         return true;
     }
-    clientId_ = settings.effectiveClientId();
+    // Another broker or name: what waits goes there, sent again from the start.
+    link_.stop();
+    forgetInFlight();
+    settings_ = settings;
+    const QString clientId = settings.effectiveClientId();
+    prefix_ = MqttMessages::prefix(settings.topic, clientId);
     MqttLink::Config c;
     c.host = settings.host;
     c.port = settings.effectivePort();
     // Each process connects under its own id, so two stations that share a
     // name don't keep taking the connection from each other.
-    c.clientId = QStringLiteral("%1-%2").arg(clientId_).arg(QCoreApplication::applicationPid());
+    c.clientId = QStringLiteral("%1-%2").arg(clientId).arg(QCoreApplication::applicationPid());
     c.user = settings.user;
     c.password = settings.password;
     c.caFile = settings.caFile;
-    c.statusTopic = MqttMessages::statusTopic(settings.topic, clientId_);
+    c.statusTopic = MqttMessages::statusTopic(settings.topic, clientId);
     QString why;
     if (!link_.start(c, &why)) {
+        queue_.clear();
         setState(QStringLiteral("MQTT: %1; not publishing").arg(why));
         return false;
     }
@@ -82,17 +87,15 @@ void MqttPublisher::publishReading(int address, double raw, int second)
     r.record = ++records_[address];
     r.address = address;
     r.second = second;
-    enqueue(MqttMessages::readingTopic(settings_.topic, clientId_, address),
-            MqttMessages::readingPayload(r), false);
+    enqueue(MqttMessages::readingSubtopic(address), MqttMessages::readingPayload(r), false);
     int& level = levels_[address];
     if (r.alarmLevel != level) {
         level = r.alarmLevel;
-        enqueue(MqttMessages::alarmTopic(settings_.topic, clientId_, address),
-                MqttMessages::alarmPayload(r), true);
+        enqueue(MqttMessages::alarmSubtopic(address), MqttMessages::alarmPayload(r), true);
     }
 }
 
-void MqttPublisher::enqueue(QByteArray topic, QByteArray payload, bool retain)
+void MqttPublisher::enqueue(QByteArray subtopic, QByteArray payload, bool retain)
 {
     if (queue_.size() >= size_t(kMaxWaiting)) {
         // The oldest message not yet handed over gives way.
@@ -101,7 +104,7 @@ void MqttPublisher::enqueue(QByteArray topic, QByteArray payload, bool retain)
             setState(QStringLiteral("MQTT: more than %1 messages waiting, the oldest are given up")
                          .arg(kMaxWaiting));
     }
-    queue_.push_back(Message{std::move(topic), std::move(payload), retain});
+    queue_.push_back(Message{std::move(subtopic), std::move(payload), retain});
     schedulePump();
 }
 
@@ -118,7 +121,7 @@ void MqttPublisher::pump()
     pumpScheduled_ = false;
     while (connected_ && inFlight_ < queue_.size() && inFlight_ < size_t(kWindow)) {
         Message& m = queue_[inFlight_];
-        m.mid = link_.publish(m.topic, m.payload, 1, m.retain);
+        m.mid = link_.publish(prefix_ + m.subtopic, m.payload, 1, m.retain);
         if (m.mid < 0)
             break; // the connection is going; its end sends everything again
         ++inFlight_;
@@ -145,12 +148,17 @@ void MqttPublisher::onDelivered(int mid)
     pump();
 }
 
-void MqttPublisher::onLost(const QString& why, bool wasConnected)
+void MqttPublisher::forgetInFlight()
 {
     connected_ = false;
     for (size_t i = 0; i < inFlight_; ++i)
         queue_[i].mid = -1;
     inFlight_ = 0;
+}
+
+void MqttPublisher::onLost(const QString& why, bool wasConnected)
+{
+    forgetInFlight();
     const QString where = settings_.describe();
     setState(
         wasConnected

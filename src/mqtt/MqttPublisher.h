@@ -29,8 +29,9 @@ public:
     explicit MqttPublisher(Station& st, QObject* parent = nullptr);
     ~MqttPublisher() override;
 
-    // Publishes with these settings from now on; with an empty host it stops.
-    // False, with the reason in the state text, when they can't be used.
+    // Publishes with these settings from now on, what waits included; with an
+    // empty host it stops. False, with the reason in the state text, when
+    // they can't be used (what waits is then given up).
     bool apply(const MqttSettings& settings);
     // Stops publishing: the status turns "offline"; what waits is given up.
     void stop();
@@ -53,23 +54,25 @@ Q_SIGNALS:
 private:
     struct Message
     {
-        QByteArray topic;
+        QByteArray subtopic; // behind the prefix of the settings in force when it is sent
         QByteArray payload;
         bool retain = false;
         int mid = -1; // handed to the connection, awaiting its acknowledgement
     };
-    void enqueue(QByteArray topic, QByteArray payload, bool retain);
+    void enqueue(QByteArray subtopic, QByteArray payload, bool retain);
     void schedulePump();
     void pump();
     void onConnected();
     void onDelivered(int mid);
     void onLost(const QString& why, bool wasConnected);
+    // The connection is gone: nothing is acknowledged any more, all is sent again.
+    void forgetInFlight();
     void setState(const QString& text);
 
     Station& st_;
     MqttLink link_;
     MqttSettings settings_;
-    QString clientId_;
+    QByteArray prefix_; // "<topic>/<client>/"
     std::deque<Message> queue_;
     size_t inFlight_ = 0; // the first inFlight_ messages of queue_ are handed over
     bool connected_ = false;

@@ -229,6 +229,13 @@ private Q_SLOTS:
         HeadlessNotifier notifier;
         Station st(notifier);
         MqttPublisher publisher(st);
+        // Readings taken while the broker was the wrong one go to the right one.
+        MqttSettings wrong;
+        wrong.host = QStringLiteral("127.0.0.1");
+        wrong.port = freePort();
+        publisher.apply(wrong);
+        st.deliver(24, "00024\r");
+        QCOMPARE(publisher.waiting(), 1);
         frmMQTT dialog(publisher);
         dialog.findChild<QLineEdit*>(QStringLiteral("txtHost"))->setText("127.0.0.1");
         dialog.findChild<QSpinBox*>(QStringLiteral("txtPort"))->setValue(broker.port);
@@ -237,9 +244,10 @@ private Q_SLOTS:
         QCOMPARE(MqttSettings::read(), dialog.settings());
         QTRY_VERIFY_WITH_TIMEOUT(publisher.connected(), 5000);
         st.deliver(25, "00025\r");
-        QVERIFY(sub.waitFor(QStringLiteral("gui1/main/reading"), {}));
-        QCOMPARE(sub.on(QStringLiteral("gui1/main/reading")).first().json().value("raw").toInt(),
-                 25);
+        QTRY_COMPARE_WITH_TIMEOUT(sub.on(QStringLiteral("gui1/main/reading")).size(), 2, 5000);
+        const QList<Message> got = sub.on(QStringLiteral("gui1/main/reading"));
+        QCOMPARE(got[0].json().value("raw").toInt(), 24);
+        QCOMPARE(got[1].json().value("record").toInt(), 2);
         QTRY_COMPARE(publisher.waiting(), 0);
     }
 };
