@@ -101,8 +101,13 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
             notifier.message(t);
     });
     publisher.apply(MqttSettings::read());
+    // At the end the readings still queued reach a connected broker.
+    auto flushed = [&publisher](int rc) {
+        publisher.flush();
+        return rc;
+    };
     if (options.rs485)
-        return done(runHeadlessLine(app, st, options, onQuit));
+        return done(flushed(runHeadlessLine(app, st, options, onQuit)));
 
     st.synchroFromTimer = !options.fromDevice;
     st.sinks[Station::MainGraphSink] = [](double value, const QByteArray&) { printReading(value); };
@@ -131,5 +136,5 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         return done(1); // the reason was printed when the port failed to open
     if (options.record && recorder.start())
         std::fprintf(stderr, "velmora: recording to %s\n", qPrintable(recorder.dataFilePath()));
-    return done(app.exec());
+    return done(flushed(app.exec()));
 }

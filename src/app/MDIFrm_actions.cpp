@@ -11,6 +11,7 @@
 #include "link/RunControl.h"
 #include "link/frmCUST.h"
 #include "link/frmCalib.h"
+#include "mqtt/MqttPublisher.h"
 #include "recording/DataRecorder.h"
 #include "recording/LineRecorder.h"
 #include "recording/frmComment.h"
@@ -313,6 +314,7 @@ void MDIFrm::MDIForm_Unload()
     }
     // The port is released here, not left to process exit.
     st_.myComm.setPortOpen(false);
+    publisher_->flush();
 }
 
 void MDIFrm::closeEvent(QCloseEvent* e)

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QTime>
 
 MqttPublisher::MqttPublisher(Station& st, QObject* parent) : QObject(parent), st_(st)
@@ -74,6 +75,13 @@ void MqttPublisher::stop()
     inFlight_ = 0;
     queue_.clear();
     setState(QString());
+}
+
+void MqttPublisher::flush(int ms)
+{
+    const QDeadlineTimer deadline(ms);
+    while (connected_ && !queue_.empty() && !deadline.hasExpired())
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents, 20);
 }
 
 void MqttPublisher::publishReading(int address, double raw, int second)

@@ -35,6 +35,9 @@ public:
     bool apply(const MqttSettings& settings);
     // Stops publishing: the status turns "offline"; what waits is given up.
     void stop();
+    // At a clean exit: while connected, lets what waits reach the broker,
+    // for at most `ms`.
+    void flush(int ms = 2000);
 
     const MqttSettings& settings() const { return settings_; }
     bool connected() const { return connected_; }

@@ -132,6 +132,20 @@ public:
     }
 };
 
+// A broker with a subscriber on every station's topics.
+struct Site
+{
+    Broker broker;
+    Subscriber sub;
+    bool start()
+    {
+        if (!broker.start())
+            return false;
+        sub.start(broker.port);
+        return !QTest::currentTestFailed();
+    }
+};
+
 // velmora --headless on the simulator with a settings file of its own.
 class StationProcess
 {

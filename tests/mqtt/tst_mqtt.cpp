@@ -101,10 +101,9 @@ private Q_SLOTS:
 
     void readingsAndAlarms()
     {
-        Broker broker;
-        QVERIFY(broker.start());
-        Subscriber sub;
-        sub.start(broker.port);
+        Site site;
+        QVERIFY(site.start());
+        auto& [broker, sub] = site;
         StationProcess st;
         // The simulator's baseline of 1.9 to 2.1 ppm crosses both limits.
         st.start(mqttIni(broker.port, "[LIMIT]\nLimit1=19\nLimit2=20\n"));
@@ -154,10 +153,9 @@ private Q_SLOTS:
 
     void brokerRestartLosesNothing()
     {
-        Broker broker;
-        QVERIFY(broker.start());
-        Subscriber sub;
-        sub.start(broker.port);
+        Site site;
+        QVERIFY(site.start());
+        auto& [broker, sub] = site;
         StationProcess st;
         st.start(mqttIni(broker.port));
         QVERIFY(sub.waitFor(QStringLiteral("/main/reading"), {}));
@@ -168,18 +166,16 @@ private Q_SLOTS:
         QVERIFY(st.readings() >= during + 15);
         QVERIFY(broker.start());
         QVERIFY(QTest::qWaitFor([&] { return st.errors().count("MQTT: connected") == 2; }, 15000));
-        QTest::qWait(500);
-        QVERIFY(st.stop());
+        QVERIFY(st.stop()); // what still waits goes out before the station ends
         QVERIFY(sub.waitFor(QStringLiteral("st1/status"), "offline"));
         checkAllArrived(st, sub);
     }
 
     void lastWillOnKill()
     {
-        Broker broker;
-        QVERIFY(broker.start());
-        Subscriber sub;
-        sub.start(broker.port);
+        Site site;
+        QVERIFY(site.start());
+        auto& [broker, sub] = site;
         StationProcess st;
         st.start(mqttIni(broker.port));
         QVERIFY(sub.waitFor(QStringLiteral("st1/status"), "online"));
@@ -220,10 +216,9 @@ private Q_SLOTS:
     // The windows' path: Set > MQTT writes [MQTT] and the publisher connects.
     void dialogStartsPublishing()
     {
-        Broker broker;
-        QVERIFY(broker.start());
-        Subscriber sub;
-        sub.start(broker.port);
+        Site site;
+        QVERIFY(site.start());
+        auto& [broker, sub] = site;
         QTemporaryDir cfg;
         qputenv("XDG_CONFIG_HOME", cfg.path().toLocal8Bit());
         HeadlessNotifier notifier;
