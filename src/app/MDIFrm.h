@@ -6,6 +6,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
+#include <functional>
 
 class QAction;
 class QComboBox;
@@ -116,6 +117,9 @@ private:
     void openMonitor();
     // Enables the commands by the line's state and what was received.
     void updateCommandPanel();
+    // True when the polling timer's exchange holds the line; `again` then
+    // runs as soon as it lets go, so the operator's command is not refused.
+    bool deferredWhilePolled(std::function<void()> again);
     void MDIForm_Load();
     void MDIForm_Unload();
     void InitTypesFromDB();

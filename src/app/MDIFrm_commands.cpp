@@ -96,7 +96,7 @@ void MDIFrm::buildZeroOffsetLabel()
 
 void MDIFrm::updateCommandPanel()
 {
-    const bool idle = !st_.lineBusy();
+    const bool idle = !st_.commandBusy();
     QStringList captions;
     for (QPushButton* b : std::as_const(cmdCommands_))
         captions << b->text();
@@ -138,7 +138,17 @@ void MDIFrm::cmdCommands_Click(int index)
         if (exiting_ || st_.calibrationConc.isEmpty())
             return;
     }
+    if (deferredWhilePolled([this, index] { ::cmdCommands_Click(st_, index); }))
+        return;
     ::cmdCommands_Click(st_, index);
+}
+
+bool MDIFrm::deferredWhilePolled(std::function<void()> again)
+{
+    if (!st_.lineBusy() || st_.commandBusy())
+        return false;
+    st_.whenLineFree(this, std::move(again));
+    return true;
 }
 
 void MDIFrm::txtZ_Change()
@@ -154,6 +164,8 @@ void MDIFrm::txtZ_Change()
 
 void MDIFrm::zeroButton(const QString& key)
 {
+    if (deferredWhilePolled([this, key] { zeroButton(key); }))
+        return;
     if (!dataReceived_) {
         st_.notifier().message(QStringLiteral("Данные не получены"));
         txtZ_->setText(QStringLiteral("0000"));

@@ -20,7 +20,9 @@ SampleArrays::Step SampleArrays::addPoint(qint32 value, double when, Notifier& n
             shiftBlocked_ = true;
             step = Step::Unshifted;
         }
-        count_ = keepAfterShift(n_);
+        // On a screen of one or two points the four-fifths mark is the
+        // screen's end; the point then goes in its last place.
+        count_ = std::min(keepAfterShift(n_), n_ - 1);
     }
     values_.at(0, count_) = value;
     times_[std::size_t(count_)] = when;

@@ -18,10 +18,14 @@ bool ProcessRecord(Station& st, QByteArray buffer)
     const int valueLength = st.format.valueLength();
     const int markerAt = valueLength + 1;
     if (markerAt >= buffer.size() || quint8(buffer[markerAt]) != st.format.marker) {
-        // Out of step: let the rest of the record arrive, then drop it. A
+        // Out of step: let the rest of the record arrive, then drop all
+        // that waits, so that the next read starts on a record boundary.
+        // Events are served meanwhile (the receive handler stands aside); a
         // closed port has nothing more to deliver.
-        if (st.myComm.PortOpen()) {
-            WaitMs(kResyncPauseMs);
+        if (st.myComm.PortOpen() && !st.resyncing) {
+            st.resyncing = true;
+            WaitMs(kResyncPauseMs, true);
+            st.resyncing = false;
             st.myComm.discardInput();
         }
         ++st.droppedRecords;

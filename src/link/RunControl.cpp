@@ -214,7 +214,9 @@ void OnComm(Station& st)
         return;
     // While an exchange owns the line, the bytes that come are its answer; on
     // the RS-485 line every reply belongs to an exchange.
-    if ((st.lineBusy() || st.rs485Mode) && st.myComm.CommEvent() == CommPort::comEvReceive)
+    // During a resynchronising pause the bytes that come are dropped after it.
+    if ((st.lineBusy() || st.rs485Mode || st.resyncing) &&
+        st.myComm.CommEvent() == CommPort::comEvReceive)
         return;
     st.valueText = QStringLiteral("0");
     ++st.eventCounter;
@@ -251,5 +253,8 @@ void HTmr_Timer(Station& st)
         if (!record.isEmpty())
             ProcessRecord(st, record);
     }
-    port.setRThreshold(savedThreshold);
+    // A Stop pressed while the answer was awaited has set the threshold to
+    // 0 for good; only a run still going gets it back.
+    if (st.running)
+        port.setRThreshold(savedThreshold);
 }

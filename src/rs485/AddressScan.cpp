@@ -62,7 +62,7 @@ bool ScanAddressFromTo(Station& st, int first, int last, CommPort& port, const S
             break;
         if (st.stopScan)
             break;
-        if (ReplyIsOK(st, kSerialLen, port)) {
+        if (ReplyIsOK(st, kSerialLen, port, ReplyWait::Scan)) {
             const QString serial = QString::fromLatin1(ReadReply(st, port)).left(kSerialLen);
             st.serialNumbers[size_t(address)] = serial;
             ++st.foundDevices;

@@ -113,8 +113,8 @@ void LinePoller::exchange(int address)
         return;
     }
     const bool ok = ReplyIsOK(st_, RS485ReplyLen, port);
-    if (!ok && (st_.exitFlag || st_.stopScan))
-        return; // ended from outside: no verdict on this analyzer
+    if (!ok && st_.exitFlag)
+        return; // the station is closing: no verdict on this analyzer
     const QByteArray reply = ReadReply(st_, port);
     if (!ok && reply.isEmpty()) {
         ++s.timeouts;

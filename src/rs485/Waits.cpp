@@ -16,11 +16,28 @@ QElapsedTimer& stationClock()
     }();
     return timer;
 }
+
+int clockRate = 1;
+qint64 rateOrigin = 0; // real ms at the last rate change
+qint64 virtualOrigin = 0;
+
+// Real milliseconds for `ms` of the waits' clock, at least one.
+int realMs(int ms)
+{
+    return qMax(1, ms / clockRate);
+}
 } // namespace
 
 qint64 nowMs()
 {
-    return stationClock().elapsed();
+    return virtualOrigin + (stationClock().elapsed() - rateOrigin) * clockRate;
+}
+
+void setWaitClockRate(int rate)
+{
+    virtualOrigin = nowMs();
+    rateOrigin = stationClock().elapsed();
+    clockRate = qMax(1, rate);
 }
 
 void PauseMs(int totalMs, int sliceMs)
@@ -29,7 +46,7 @@ void PauseMs(int totalMs, int sliceMs)
     const int slice = qMax(1, sliceMs);
     do {
         QEventLoop loop;
-        QTimer::singleShot(slice, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+        QTimer::singleShot(realMs(slice), Qt::PreciseTimer, &loop, &QEventLoop::quit);
         loop.exec();
     } while (nowMs() - t0 < totalMs);
 }
@@ -39,7 +56,7 @@ void WaitMs(int ms, bool keepAlive)
     if (ms <= 0)
         return;
     if (!keepAlive) {
-        QThread::msleep(ulong(ms));
+        QThread::msleep(ulong(realMs(ms)));
         return;
     }
     PauseMs(ms, qMin(ms, 10));

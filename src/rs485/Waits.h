@@ -10,6 +10,11 @@
 // Milliseconds of a monotonic clock (the wrap-safe counterpart of timeGetTime).
 qint64 nowMs();
 
+// How many times faster than real time the waits' clock runs; 1 unless a
+// test speeds it up, so that the waits of a long scan pass in moments while
+// keeping their order and their proportions.
+void setWaitClockRate(int rate);
+
 // Returns after at least `totalMs`, letting events run; sleeps in `sliceMs` slices.
 void PauseMs(int totalMs, int sliceMs);
 

@@ -19,6 +19,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QShowEvent>
 #include <QTableWidget>
 #include <QToolTip>
 #include <QVBoxLayout>
@@ -46,7 +47,7 @@ frmFind::frmFind(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     lay->addWidget(buildGraphs(), 0, 1);
     lay->addWidget(buildStats(), 1, 1);
 
-    connect(&st_, &Station::runningChanged, this, &frmFind::showRunning);
+    connect(&st_, &Station::runningChanged, this, &frmFind::showState);
     connect(&st_, &Station::rs485ModeChanged, chkLine_, &QCheckBox::setChecked);
     // Counts change with every exchange; the table is refreshed a few times a second.
     statsRefresh_.setSingleShot(true);
@@ -56,7 +57,13 @@ frmFind::frmFind(Station& st, QWidget* parent) : QDialog(parent), st_(st)
         if (!statsRefresh_.isActive())
             statsRefresh_.start();
     });
-    showRunning(st_.running);
+    // No button of the finder answers Return: a stray Return would start a
+    // scan of several minutes.
+    for (QPushButton* b : findChildren<QPushButton*>()) {
+        b->setAutoDefault(false);
+        b->setDefault(false);
+    }
+    showState();
 }
 
 QWidget* frmFind::buildFinder()
@@ -104,9 +111,9 @@ QWidget* frmFind::buildFinder()
 
 void frmFind::cmdScanDev_Click()
 {
-    cmdScanDev_->setEnabled(false);
     st_.stopScan = false;
     scanning_ = true;
+    showState();
     cmbDevices_->clear();
     cmbDevicesA_->clear();
     cmbComand_->clear();
@@ -128,9 +135,10 @@ void frmFind::cmdScanDev_Click()
     };
     const bool found = ScanAddressFromTo(st_, scanFirst, scanLast, st_.myComm, hooks);
     scanning_ = false;
+    scanFound_ = found;
+    showState();
     if (!found && !st_.exitFlag)
         st_.notifier().message(QStringLiteral("No Devices Found"));
-    cmdScanDev_->setEnabled(!st_.running);
 }
 
 void frmFind::cmdStop_Click()
@@ -160,13 +168,30 @@ void frmFind::loadCmb(const QString& hex)
         cmbComand_->addItem(QLatin1Char('#') + hex + QLatin1String(c));
 }
 
-void frmFind::showRunning(bool running)
+void frmFind::showState()
 {
     // While the line is polled the scan and the terminal would mix their
-    // frames with the cycle's.
-    cmdScanDev_->setEnabled(!running && !scanning_);
-    cmdSend_->setEnabled(!running);
-    chkLine_->setEnabled(!running);
+    // frames with the cycle's; during a scan the device list is being made.
+    const bool running = st_.running;
+    const bool idle = !scanning_;
+    cmdScanDev_->setEnabled(!running && idle && !scanFound_);
+    cmdSend_->setEnabled(!running && idle);
+    cmbDevices_->setEnabled(idle);
+    cmbComand_->setEnabled(idle);
+    cmdAdd_->setEnabled(idle);
+    cmbDevicesA_->setEnabled(idle);
+    chkLine_->setEnabled(!running && idle);
+}
+
+bool frmFind::refusedWhileRecording()
+{
+    if (!st_.recording)
+        return false;
+    st_.notifier().message(
+        QStringLiteral("Recording is on. Choose End Saving before adding an analyzer or "
+                       "changing between the single analyzer and the RS-485 line."),
+        Notifier::Icon::Exclamation);
+    return true;
 }
 
 void frmFind::saveScaleY()
@@ -179,6 +204,15 @@ void frmFind::saveScaleY()
     st_.scaleY[size_t(entry)] = value;
     WriteIni(QLatin1String(Ini::SecScales), QLatin1String(Ini::SCALEY) + QString::number(entry),
              QString::number(value), QLatin1String(Ini::File));
+}
+
+void frmFind::showEvent(QShowEvent* e)
+{
+    // A finder opened again may scan again.
+    if (!scanning_)
+        scanFound_ = false;
+    showState();
+    QDialog::showEvent(e);
 }
 
 void frmFind::closeEvent(QCloseEvent* e)

@@ -60,13 +60,18 @@ Q_SIGNALS:
 
 protected:
     void closeEvent(QCloseEvent* e) override;
+    void showEvent(QShowEvent* e) override;
 
 private:
     QWidget* buildFinder();
     QWidget* buildTerminal();
     QWidget* buildGraphs();
     QWidget* buildStats();
-    void showRunning(bool running);
+    // Enables the controls for the state the finder and the line are in.
+    void showState();
+    // True, after telling the operator, when recording is on: the files
+    // follow the analyzers and the mode they were opened for.
+    bool refusedWhileRecording();
     void showStats();
     void saveScaleY();
 
@@ -93,4 +98,5 @@ private:
     QTimer statsRefresh_;
     QByteArray replyBytes_; // what the terminal received since the last send
     bool scanning_ = false;
+    bool scanFound_ = false; // the last scan found analyzers: no new one until reopened
 };

@@ -116,7 +116,13 @@ QWidget* frmFind::buildGraphs()
     chkLine_ = new QCheckBox(QStringLiteral("Run on this line (RS-485 mode)"), column);
     chkLine_->setObjectName(QStringLiteral("chkLine"));
     chkLine_->setChecked(st_.rs485Mode);
-    connect(chkLine_, &QCheckBox::clicked, this, [this](bool on) { st_.setRs485Mode(on); });
+    connect(chkLine_, &QCheckBox::clicked, this, [this](bool on) {
+        if (refusedWhileRecording()) {
+            chkLine_->setChecked(st_.rs485Mode);
+            return;
+        }
+        st_.setRs485Mode(on);
+    });
     auto* monitor = new QPushButton(QStringLiteral("Line &Monitor..."), column);
     monitor->setObjectName(QStringLiteral("cmdMonitor"));
     connect(monitor, &QPushButton::clicked, this, &frmFind::monitorWanted);
@@ -191,7 +197,7 @@ void frmFind::cmdAdd_Click()
 {
     const QString item = cmbDevicesA_->currentText();
     const int address = AddressOfItem(item);
-    if (address < 0)
+    if (address < 0 || refusedWhileRecording())
         return;
     st_.polled[size_t(address)] = true;
     st_.lineAutoName[size_t(address)] = chkAutoFN_->isChecked();

@@ -14,7 +14,7 @@ bool SendVal(Station& st, const QString& text, CommPort& port)
     if (!port.PortOpen())
         return false;
     const QByteArray bytes = text.toLatin1();
-    port.Input(); // stale bytes are no part of the reply
+    port.discardInput(); // stale bytes are no part of the reply
     if (!port.Output(bytes)) {
         st.notifier().status(0, QStringLiteral("SendVal error ") + QStringLiteral("write failed"));
         return false;
@@ -24,16 +24,17 @@ bool SendVal(Station& st, const QString& text, CommPort& port)
     return true;
 }
 
-bool ReplyIsOK(Station& st, int expected, CommPort& port)
+bool ReplyIsOK(Station& st, int expected, CommPort& port, ReplyWait wait)
 {
     if (st.exitFlag || !port.PortOpen())
         return false;
-    auto stopped = [&] { return st.stopScan || st.exitFlag; };
+    auto scanStopped = [&] { return wait == ReplyWait::Scan && st.stopScan; };
+    auto stopped = [&] { return scanStopped() || st.exitFlag; };
     WaitUntil([&] { return port.InBufferCount() >= expected; }, kRS485WaitMs, stopped);
     if (stopped())
         return false;
     PauseMs(kRS485SettleMs, 10);
-    if (st.stopScan)
+    if (scanStopped())
         return false;
     QCoreApplication::processEvents();
     if (st.exitFlag)
@@ -45,7 +46,7 @@ bool ReplyIsOK(Station& st, int expected, CommPort& port)
 
 QByteArray ReadReply(Station& st, CommPort& port)
 {
-    const QByteArray bytes = port.Input();
+    const QByteArray bytes = port.InputAll();
     if (!bytes.isEmpty())
         LineMonitor::of(st).received(bytes);
     return bytes;

@@ -43,11 +43,20 @@ quint8 XorSum(const QByteArray& bytes);
 // when the port is closed.
 bool SendVal(Station& st, const QString& text, CommPort& port);
 
+// What ends a reply wait early, besides the exit flag.
+enum class ReplyWait
+{
+    Exchange, // polling, terminal, maintenance: only the exit flag
+    Scan,     // the address scan: the stop-scan flag too
+};
+
 // Waits at most 500 ms for `expected` bytes, then always 166 ms more; says
 // "Reply OK" or "No Reply" in the first status panel. Ends with false at
-// once (status untouched) when the exit or stop-scan flag is raised; the
-// bytes stay in the port for the caller to read.
-bool ReplyIsOK(Station& st, int expected, CommPort& port);
+// once (status untouched) when the exit flag is raised, and during a scan
+// when the stop-scan flag is; the bytes stay in the port for the caller to
+// read. A stop request ends a scan, never the line's exchanges.
+bool ReplyIsOK(Station& st, int expected, CommPort& port, ReplyWait wait = ReplyWait::Exchange);
 
-// Reads what the port holds after ReplyIsOK (and keeps it for the line monitor).
+// Reads everything the port holds after ReplyIsOK, whatever InputLen a
+// streaming run left behind (and keeps it for the line monitor).
 QByteArray ReadReply(Station& st, CommPort& port);

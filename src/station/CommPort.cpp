@@ -140,10 +140,18 @@ QByteArray CommPort::Input()
     return inputLen_ > 0 ? port_.read(inputLen_) : port_.readAll();
 }
 
+QByteArray CommPort::InputAll()
+{
+    return port_.isOpen() ? port_.readAll() : QByteArray();
+}
+
 void CommPort::discardInput()
 {
-    if (port_.isOpen())
-        port_.readAll();
+    if (!port_.isOpen())
+        return;
+    port_.readAll();
+    // Bytes that reached the system but not yet the port object go too.
+    port_.clear(QSerialPort::Input);
 }
 
 bool CommPort::Output(const QByteArray& bytes)

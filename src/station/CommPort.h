@@ -62,7 +62,10 @@ public:
     int InBufferCount() const;
     // Reads InputLen bytes (all waiting bytes when InputLen is 0).
     QByteArray Input();
-    // Throws away every byte waiting, whatever InputLen says.
+    // Reads every byte waiting, whatever InputLen says.
+    QByteArray InputAll();
+    // Throws away every byte waiting, whatever InputLen says: what the port
+    // object holds and what the system's input queue holds.
     void discardInput();
     // Writes the bytes at once; false when the port is closed or the write fails.
     bool Output(const QByteArray& bytes);

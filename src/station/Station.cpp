@@ -3,6 +3,7 @@
 #include "station/Notifier.h"
 
 #include <QThread>
+#include <QTimer>
 
 #ifdef Q_OS_UNIX
 #include <sys/resource.h>
@@ -92,6 +93,7 @@ void Station::Stop()
 {
     running = false;
     Q_EMIT runningChanged(false);
+    notifier_.status(0, QStringLiteral("Stopped"));
     // Stop is also part of exit and of a device-type change, where a missing
     // port is worth a status line, not a dialog in the operator's way.
     if (!ensurePortOpen(true))
@@ -107,6 +109,25 @@ void Station::setZero(int position)
     Q_EMIT zeroChanged(position);
 }
 
+void Station::whenLineFree(QObject* context, std::function<void()> action)
+{
+    deferred_.push_back({context, std::move(action)});
+    if (!lineBusy_)
+        QTimer::singleShot(0, this, &Station::runDeferred);
+}
+
+void Station::runDeferred()
+{
+    // Each action is taken in turn; one that claims the line keeps the rest
+    // waiting for its own release.
+    while (!deferred_.empty() && !lineBusy_) {
+        Deferred d = std::move(deferred_.front());
+        deferred_.erase(deferred_.begin());
+        if (d.context)
+            d.action();
+    }
+}
+
 LineExchange::LineExchange(Station& st, bool announce) : st_(st), announce_(announce)
 {
     if (st_.lineBusy_)
@@ -115,6 +136,7 @@ LineExchange::LineExchange(Station& st, bool announce) : st_(st), announce_(anno
     inputLen_ = st_.myComm.InputLen();
     st_.myComm.setInputLen(0);
     st_.lineBusy_ = true;
+    st_.announcedClaim_ = announce_;
     if (announce_)
         Q_EMIT st_.lineBusyChanged(true);
 }
@@ -125,8 +147,11 @@ LineExchange::~LineExchange()
         return;
     st_.myComm.setInputLen(inputLen_);
     st_.lineBusy_ = false;
+    st_.announcedClaim_ = false;
     if (announce_)
         Q_EMIT st_.lineBusyChanged(false);
+    if (!st_.deferred_.empty())
+        QTimer::singleShot(0, &st_, &Station::runDeferred);
 }
 
 void LineExchange::refuse(const QString& what) const

@@ -5,11 +5,13 @@
 
 #include <QDateTime>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
 #include <QTimer>
 #include <array>
 #include <functional>
+#include <vector>
 
 class Notifier;
 
@@ -96,6 +98,7 @@ public:
     qint64 acceptedRecords = 0;
     qint64 droppedRecords = 0;
     bool recording = false; // data files are being written
+    bool resyncing = false; // an out-of-step record's tail is being let through
 
     // The RS-485 line, by address 0..255.
     static constexpr int kAddresses = 256;
@@ -140,6 +143,15 @@ public:
     // True while an exchange (a command, the zero exchange, a timer poll)
     // owns the line and waits for its answer; see LineExchange.
     bool lineBusy() const { return lineBusy_; }
+    // True while an operator's exchange (an announced claim) holds the line:
+    // the windows keep their commands disabled for that long. The polling
+    // timer's short claims don't count, so Stop stays at hand while running.
+    bool commandBusy() const { return lineBusy_ && announcedClaim_; }
+    // Runs `action` (in `context`'s thread, while `context` lives) as soon
+    // as no exchange holds the line: from the event loop right after the
+    // holder lets go, or on the next turn of the loop when the line is free.
+    // A command the operator gives during a polling exchange follows it.
+    void whenLineFree(QObject* context, std::function<void()> action);
 
     // Where an accepted reading goes, in this order. The data-file sink is
     // called only while recording; the publisher comes last.
@@ -197,6 +209,14 @@ private:
     friend class LineExchange;
     Notifier& notifier_;
     bool lineBusy_ = false;
+    bool announcedClaim_ = false;
+    struct Deferred
+    {
+        QPointer<QObject> context;
+        std::function<void()> action;
+    };
+    std::vector<Deferred> deferred_;
+    void runDeferred();
 };
 
 // Claims the line for one exchange of command and answer, so that no other

@@ -44,27 +44,42 @@ private Q_SLOTS:
         }
     }
 
+    void badBoundKeepsContents_data()
+    {
+        QTest::addColumn<int>("points");
+        QTest::addColumn<int>("at"); // where the trace goes on
+        // round(round(N * 4.0) / 5), but never past the screen's last place.
+        QTest::newRow("7") << 7 << 6;
+        QTest::newRow("3") << 3 << 2;
+        QTest::newRow("2") << 2 << 1;
+        QTest::newRow("1") << 1 << 0;
+    }
     void badBoundKeepsContents()
     {
-        SampleArrays a(7);
-        fill(a, 7);
+        QFETCH(int, points);
+        QFETCH(int, at);
+        SampleArrays a(points);
+        fill(a, points);
         RecordingNotifier n;
-        // keep = round(round(7 * 4.0) / 5) = 6: the point goes over index 6,
-        // and the trace keeps drawing; the message comes once.
+        // The point goes over the four-fifths mark and the trace keeps
+        // drawing; the message comes once; the arrays stay whole.
         QCOMPARE(a.addPoint(7777, 50000.0, n), SampleArrays::Step::Unshifted);
-        QCOMPARE(a.pointCount(), 7);
-        QCOMPARE(a.value(6), 7777);
+        QCOMPARE(a.pointCount(), at + 1);
+        QCOMPARE(a.value(at), 7777);
         QCOMPARE(a.addPoint(8888, 50001.0, n), SampleArrays::Step::Unshifted);
-        QCOMPARE(a.value(6), 8888);
-        QCOMPARE(a.time(6), 50001.0);
+        QCOMPARE(a.pointCount(), at + 1);
+        QCOMPARE(a.value(at), 8888);
+        QCOMPARE(a.time(at), 50001.0);
         QCOMPARE(n.messages, QStringList{"Bad Bound if Array"});
-        for (int p = 0; p < 6; ++p) {
+        QCOMPARE(a.values().points(), points);
+        QCOMPARE(int(a.times().size()), points);
+        for (int p = 0; p < at; ++p) {
             QCOMPARE(a.value(p), cell(0, p));
             QCOMPARE(a.time(p), 40000.0 + p);
         }
         // A new screen length lifts the block: a full screen of 10 shifts.
         QVERIFY(a.setPointsPerScreen(10));
-        fill(a, 3);
+        fill(a, 10 - a.pointCount());
         QCOMPARE(a.addPoint(9999, 50002.0, n), SampleArrays::Step::Shifted);
         QCOMPARE(a.value(8), 9999);
     }

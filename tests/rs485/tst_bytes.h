@@ -23,6 +23,8 @@ QByteArray dataReply(const QByteArray& first, const QByteArray& second)
 }
 } // namespace
 
+Q_DECLARE_METATYPE(ReplyWait)
+
 class BytesTest : public QObject
 {
     Q_OBJECT
@@ -84,12 +86,18 @@ private Q_SLOTS:
         QTest::addColumn<int>("minMs");
         QTest::addColumn<int>("maxMs");
         QTest::addColumn<QString>("status");
+        QTest::addColumn<ReplyWait>("wait");
         QTest::newRow("reply waiting: the settle is still spent")
-            << QByteArray("ZD005123\r") << -1 << true << 166 << 400 << "Reply OK";
+            << QByteArray("ZD005123\r") << -1 << true << 166 << 400 << "Reply OK"
+            << ReplyWait::Exchange;
         QTest::newRow("too short")
-            << QByteArray("ZD00\r") << -1 << false << 666 << 1000 << "No Reply";
-        QTest::newRow("stop scan ends it at once")
-            << QByteArray() << 100 << false << 100 << 160 << "untouched";
+            << QByteArray("ZD00\r") << -1 << false << 666 << 1000 << "No Reply" << ReplyWait::Scan;
+        QTest::newRow("stop scan ends a scan's wait at once")
+            << QByteArray() << 100 << false << 100 << 160 << "untouched" << ReplyWait::Scan;
+        // A closed finder raises the flag for good; the line's exchanges go on.
+        QTest::newRow("stop scan leaves an exchange alone")
+            << QByteArray("ZD005123\r") << 50 << true << 166 << 400 << "Reply OK"
+            << ReplyWait::Exchange;
     }
     void replyIsOK()
     {
@@ -97,6 +105,7 @@ private Q_SLOTS:
         QFETCH(int, stopAfterMs);
         QFETCH(int, minMs);
         QFETCH(int, maxMs);
+        QFETCH(ReplyWait, wait);
         PtyRig r;
         r.n.lastStatus[0] = QStringLiteral("untouched");
         QVERIFY(r.st.ensurePortOpen());
@@ -107,7 +116,7 @@ private Q_SLOTS:
             QTimer::singleShot(stopAfterMs, [&] { r.st.stopScan = true; });
         QElapsedTimer t;
         t.start();
-        QTEST(ReplyIsOK(r.st, 8, r.st.myComm), "ok");
+        QTEST(ReplyIsOK(r.st, 8, r.st.myComm, wait), "ok");
         QVERIFY2(t.elapsed() >= minMs && t.elapsed() <= maxMs,
                  qPrintable(QString::number(t.elapsed())));
         QTEST(r.n.lastStatus.value(0), "status");
