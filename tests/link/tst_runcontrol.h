@@ -6,11 +6,13 @@
 #include "link/DataWatch.h"
 #include "link/RunControl.h"
 #include "recording/DataRecorder.h"
+#include "rs485/Waits.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
+#include <thread>
 
 class RunControlTest : public QObject
 {
@@ -104,6 +106,60 @@ private Q_SLOTS:
         HTmr_Timer(r.st);
         QCOMPARE(r.values, QList<double>{33});
         QCOMPARE(r.st.myComm.RThreshold(), 7);
+    }
+
+    // Stop pressed while a tick waits for its record: the record still
+    // counts, and no receive event comes back afterwards.
+    void stopDuringATimerPoll()
+    {
+        Rig r(true);
+        QVERIFY(r.run());
+        QTimer answer;
+        QObject::connect(&answer, &QTimer::timeout, [&] {
+            if (r.line.read(6, 1) == "DATA?\r") {
+                r.st.Stop();
+                r.line.write("00033\n\r");
+                answer.stop();
+            }
+        });
+        answer.start(5);
+        HTmr_Timer(r.st);
+        QCOMPARE(r.values, QList<double>{33});
+        QCOMPARE(r.st.myComm.RThreshold(), 0);
+        QCOMPARE(r.n.lastStatus.value(0), QStringLiteral("Stopped"));
+    }
+
+    // Bytes paced as a 9600 Bd line delivers them, about 1 ms apart from a
+    // thread of their own, a record every 40 ms: a stray byte before one
+    // record costs that record and no other.
+    void strayByteOnAPacedLine()
+    {
+        Rig r;
+        QVERIFY(r.run());
+        const int records = 30, strayBefore = 5;
+        std::thread line([&] {
+            for (int i = 1; i <= records; ++i) {
+                QByteArray bytes = QByteArray::number(i).rightJustified(5, '0') + "\n\r";
+                if (i == strayBefore)
+                    bytes.prepend('x');
+                for (char c : std::as_const(bytes)) {
+                    r.line.write(QByteArray(1, c));
+                    std::this_thread::sleep_for(std::chrono::microseconds(1040));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(40));
+            }
+        });
+        // An event loop that wakes for each byte, as the station's own does
+        // (QTest::qWaitFor sleeps between its rounds and would gather them).
+        WaitUntil([&] { return r.values.size() >= records - 1; }, 5000);
+        line.join();
+        WaitMs(50, true);
+        QList<double> expected;
+        for (int i = 1; i <= records; ++i) {
+            if (i != strayBefore)
+                expected << i;
+        }
+        QCOMPARE(r.values, expected);
     }
 
     void silentLineTimesOut_data()

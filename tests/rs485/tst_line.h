@@ -6,12 +6,14 @@
 #include "link/RunControl.h"
 #include "recording/LineRecorder.h"
 #include "rs485/LinePoller.h"
+#include "rs485/Waits.h"
 #include "rs485/frmFind.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -154,6 +156,115 @@ private Q_SLOTS:
                          return x.address == a;
                      }));
             QVERIFY(lines.first().contains(QByteArray::number(a).rightJustified(3, '0')));
+        }
+    }
+
+    // A streaming run leaves the port reading one record at a time; the
+    // scan and the terminal still read all that the analyzers at the ends
+    // of the address range send. Controls follow the scan.
+    void scanAfterAStreamingRun()
+    {
+        SimRig r(bus({0, 255}));
+        wireRunControl(r.st);
+        r.st.format.autoLength = false;
+        Run(r.st);
+        r.st.Stop();
+        QCOMPARE(r.st.myComm.InputLen(), 7);
+        frmFind f(r.st);
+        f.show();
+        auto* scan = f.findChild<QPushButton*>(QStringLiteral("cmdScanDev"));
+        for (QPushButton* b : f.findChildren<QPushButton*>())
+            QVERIFY2(!b->autoDefault() && !b->isDefault(), qPrintable(b->objectName()));
+        QList<bool> during;
+        QObject::connect(&f, &frmFind::deviceFound, &f, [&] {
+            for (const char* name : {"cmdScanDev", "cmdSend", "cmbDevices", "cmdAdd"})
+                during << f.findChild<QWidget*>(QLatin1String(name))->isEnabled();
+        });
+        f.scanFirst = 0;
+        f.scanLast = 0;
+        scan->click();
+        QCOMPARE(during, QList<bool>(4, false));
+        QCOMPARE(items(f, "cmbDevices"),
+                 QStringList{QString::fromLatin1(r.sim.unit(0)->serial) + " at Addr=000"});
+        QCOMPARE(r.sim.unit(0)->serial.size(), 8);
+        // Found: no new scan until the finder is opened again.
+        QVERIFY(!scan->isEnabled());
+        QVERIFY(f.findChild<QPushButton*>(QStringLiteral("cmdSend"))->isEnabled());
+        f.hide();
+        f.show();
+        QVERIFY(scan->isEnabled());
+        f.scanFirst = f.scanLast = 255;
+        scan->click();
+        QCOMPARE(items(f, "cmbDevices"),
+                 QStringList{QString::fromLatin1(r.sim.unit(255)->serial) + " at Addr=255"});
+
+        f.findChild<QComboBox*>(QStringLiteral("cmbComand"))->setCurrentText("#FFDATA?");
+        f.cmdSend_Click();
+        QVERIFY(QTest::qWaitFor([&] { return !f.tmr.isActive(); }, 2000));
+        QVERIFY2(r.n.lastStatus.value(0).startsWith(QLatin1String("CH4 ")),
+                 qPrintable(r.n.lastStatus.value(0)));
+        QVERIFY(r.n.messages.isEmpty());
+    }
+
+    // A silent line, all 256 addresses, on a fast clock: "No Devices Found",
+    // every address asked once, and the controls come back.
+    void silentScan()
+    {
+        PtyRig r;
+        frmFind f(r.st);
+        f.show();
+        setWaitClockRate(100);
+        f.findChild<QPushButton*>(QStringLiteral("cmdScanDev"))->click();
+        setWaitClockRate(1);
+        QCOMPARE(r.n.messages, QStringList{"No Devices Found"});
+        QCOMPARE(f.findChild<QProgressBar*>(QStringLiteral("PBar"))->value(), 255);
+        QCOMPARE(f.findChild<QLabel*>(QStringLiteral("lblAddr"))->text(), QStringLiteral("255"));
+        const QByteArray asked = r.line.readAll(200);
+        QCOMPARE(asked.count("SRAL?\r"), 256);
+        QVERIFY(asked.startsWith("#00SRAL?\r") && asked.endsWith("#FFSRAL?\r"));
+        for (const char* name : {"cmdScanDev", "cmdSend", "cmbDevices", "cmdAdd", "chkLine"})
+            QVERIFY2(f.findChild<QWidget*>(QLatin1String(name))->isEnabled(), name);
+    }
+
+    // The finder opened and closed while the line runs: its stop request
+    // ends no exchange, and every reply reaches the files.
+    void finderClosedWhileTheLineRuns()
+    {
+        SimRig r(bus({0, 255}));
+        QTemporaryDir dir;
+        r.st.dataFolder = dir.path();
+        wireRunControl(r.st);
+        LinePoller& poller = LinePoller::of(r.st);
+        r.st.timerPeriod = 1;
+        frmFind f(r.st);
+        f.show();
+        f.scanFirst = 0;
+        f.scanLast = 0;
+        f.cmdScanDev_Click();
+        f.findChild<QPushButton*>(QStringLiteral("cmdAdd"))->click();
+        r.st.serialNumbers[255] = QString::fromLatin1(r.sim.unit(255)->serial);
+        r.st.polled[255] = true;
+        r.st.lineAutoName[255] = true;
+        QVERIFY(r.st.rs485Mode);
+        LineRecorder recorder(r.st);
+        QVERIFY(recorder.start(poller.pollList()));
+        Run(r.st);
+        QVERIFY(QTest::qWaitFor([&] { return poller.cycles() >= 1; }, 5000));
+        f.close();
+        QVERIFY(r.st.stopScan);
+        QVERIFY(QTest::qWaitFor([&] { return poller.cycles() >= 3; }, 6000));
+        r.st.Stop();
+        QVERIFY(QTest::qWaitFor([&] { return !poller.inCycle(); }, 2000));
+        recorder.end();
+        const auto sent = r.sim.records();
+        for (int a : {0, 255}) {
+            const LinePoller::Stats& s = poller.stats(a);
+            QVERIFY(s.requests >= 3);
+            QCOMPARE(s.replies, s.requests);
+            const QString name = QStringLiteral("*_A%1.dat").arg(a, 3, 10, QLatin1Char('0'));
+            QCOMPARE(contents(onlyFile(dir.path(), name)).count('\n'),
+                     std::count_if(sent.begin(), sent.end(),
+                                   [a](const auto& x) { return x.address == a; }));
         }
     }
 };
