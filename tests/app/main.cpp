@@ -1,4 +1,4 @@
 #include "TestMain.h"
 #include "tst_app.h"
 
-VELMORA_TEST_MAIN(MainFrameTest, CommandPanelTest, ViewsTest, HeadlessTest)
+VELMORA_TEST_MAIN(MainFrameTest, CommandPanelTest, ViewsTest, OperatorShiftTest, HeadlessTest)

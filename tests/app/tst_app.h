@@ -50,6 +50,14 @@ private Q_SLOTS:
     void writeQuestionDoesNotWait();
 };
 
+class OperatorShiftTest : public FreshConfigTest
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void stopInTimerMode();
+    void shift();
+};
+
 class HeadlessTest : public QObject
 {
     Q_OBJECT
