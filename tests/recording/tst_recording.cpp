@@ -284,6 +284,31 @@ private Q_SLOTS:
         QTEST(contents(chosen), "expected");
     }
 
+    // A restart appends to the hour's file and numbers on from its last
+    // record, which has six digits once the hour holds 100,000 of them.
+    void numberingGoesOnAfterRestart_data()
+    {
+        QTest::addColumn<QByteArray>("held"); // the hour's file before the start
+        QTest::addColumn<QByteArray>("next");
+        const QByteArray rest = "\t14:01:00\t00020\t00000\t0\r\n";
+        QTest::newRow("five digits") << "00041" + rest + "00042" + rest << QByteArray("00043\t");
+        QTest::newRow("to six digits") << "99998" + rest + "99999" + rest << QByteArray("100000\t");
+        QTest::newRow("six digits") << "99999" + rest + "100000" + rest << QByteArray("100001\t");
+    }
+
+    void numberingGoesOnAfterRestart()
+    {
+        QFETCH(QByteArray, held);
+        RecordingRig rig;
+        QVERIFY(!put(rig.path("14h15_11.dat"), held).isEmpty());
+        QVERIFY(rig.rec.start());
+        rig.st.deliver(20, "00020\r");
+        rig.rec.end();
+        const QByteArray added = rig.file("14h15_11.dat").mid(held.size());
+        QCOMPARE(added.count('\n'), 1);
+        QTEST(added.left(added.indexOf('\t') + 1), "next");
+    }
+
     void unopenableFileIsReportedAndRecordingGoesOn()
     {
         RecordingRig rig;
