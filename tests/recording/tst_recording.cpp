@@ -14,11 +14,46 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTemporaryFile>
 #include <csignal>
+#include <cstdio>
 #include <optional>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
+// What the code under test prints to stderr meanwhile, until take().
+class StderrCapture
+{
+public:
+    StderrCapture()
+    {
+        std::fflush(stderr);
+        if (file_.open())
+            ::dup2(file_.handle(), 2);
+    }
+    ~StderrCapture() { restore(); }
+    QByteArray take()
+    {
+        restore();
+        file_.seek(0);
+        return file_.readAll();
+    }
+
+private:
+    void restore()
+    {
+        if (saved_ < 0)
+            return;
+        std::fflush(stderr);
+        ::dup2(saved_, 2);
+        ::close(saved_);
+        saved_ = -1;
+    }
+    QTemporaryFile file_;
+    int saved_ = ::dup(2);
+};
+
 const QByteArray kRec1 = "00001\t14:05:00\t00020\t00000\t0\r\n";
 const QByteArray kRec2 = "00002\t14:05:00\t00021\t00000\t0\r\n";
 
@@ -246,6 +281,41 @@ private Q_SLOTS:
         QCOMPARE(rig.file("15h15_11.dat"), "00001\t15:00:00\t00023\t00000\t0\r\n"
                                            "00002\t15:00:01\t00024\t00000\t0\r\n");
         rig.rec.end();
+    }
+
+    // Headless, a write failure is printed once when it begins, whatever the
+    // tries and the alarm lines after it, and again when a new one begins.
+    void headlessSaysFailureOnce()
+    {
+        struct Counting : HeadlessNotifier
+        {
+            void askLater(const QString& text, int buttons, const Answer& answered,
+                          Icon icon) override
+            {
+                ++asked;
+                message(QStringLiteral("-1-й порог превышен")); // an alarm line between tries
+                HeadlessNotifier::askLater(text, buttons, answered, icon);
+            }
+            int asked = 0;
+        } quiet;
+        quiet.retryMs = 10;
+        StderrCapture err;
+        {
+            RecordingRig rig("data", &quiet);
+            QVERIFY(rig.rec.start());
+            for (int failure = 0; failure < 2; ++failure) {
+                QVERIFY(QDir(rig.path(QString())).removeRecursively());
+                const int before = quiet.asked;
+                rig.st.deliver(20, "00020\r");
+                QVERIFY(QTest::qWaitFor([&] { return quiet.asked >= before + 3; }, 5000));
+                QVERIFY(QDir().mkpath(rig.path(QString())));
+                QVERIFY(QTest::qWaitFor([&] { return rig.rec.heldCount() == 0; }, 5000));
+            }
+            rig.rec.end();
+        }
+        const QByteArray printed = err.take();
+        QCOMPARE(printed.count("(trying again every 1 s)\n"), 2);
+        QVERIFY(printed.count("порог превышен") >= 6);
     }
 
     void chosenFile_data()
