@@ -168,6 +168,16 @@ QByteArray stopLine(const QDateTime& t)
     return "Stop-" + latin1(t, "HH:mm:ss") + "\r\n\r\n";
 }
 
+QByteArray lostLine(const QDateTime& t)
+{
+    return "Lost-" + latin1(t, "HH:mm:ss") + "\r\n";
+}
+
+QByteArray backLine(const QDateTime& t)
+{
+    return "Back-" + latin1(t, "HH:mm:ss") + "\r\n";
+}
+
 QByteArray commentLine(const QDateTime& t, const QString& text)
 {
     // The platform's 8-bit text: UTF-8 here, the ANSI code page on Windows.

@@ -379,19 +379,73 @@ private Q_SLOTS:
         QTEST(added.left(added.indexOf('\t') + 1), "next");
     }
 
-    void unopenableFileIsReportedAndRecordingGoesOn()
+    // The folder away or the disk full when recording starts or at midnight:
+    // the records and the day's marks are kept, in order, the operator is
+    // told, and Retry writes them all once they can be written.
+    void keptFromStartAndOverMidnight_data()
     {
-        RecordingRig rig;
-        rig.st.dataFolder = rig.path("missing");
-        QVERIFY(!rig.rec.start());
-        QVERIFY(rig.st.recording);
-        QCOMPARE(rig.n.messages.size(), 2); // the data file and the text file
-        for (const QString& m : std::as_const(rig.n.messages))
-            QVERIFY2(m.contains("No such file or directory"), qPrintable(m));
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<bool>("atStart");
+        QTest::newRow("folder missing at start") << "folder away" << true;
+        QTest::newRow("folder away over midnight") << "folder away" << false;
+        QTest::newRow("no room over midnight") << "no room" << false;
+    }
+
+    void keptFromStartAndOverMidnight()
+    {
+        QFETCH(QString, fault);
+        QFETCH(bool, atStart);
+        RecordingRig rig("data");
+        rig.n.hold = true;
+        const QDateTime before(QDate(2026, 11, 15), QTime(23, 59, 58));
+        const QDateTime after(QDate(2026, 11, 16), QTime(0, 0, 1));
+        rig.now = atStart ? after : before;
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_IGN);
+        auto breakIt = [&] {
+            if (fault == "folder away") {
+                QVERIFY(QDir().rename(rig.path(QString()), rig.dir.filePath("away")));
+            } else { // no room for a whole line in any file
+                rlimit tight = saved;
+                tight.rlim_cur = 8;
+                QVERIFY(setrlimit(RLIMIT_FSIZE, &tight) == 0);
+            }
+        };
+        if (atStart)
+            breakIt();
+        QCOMPARE(rig.rec.start(), !atStart);
         rig.st.deliver(20, "00020\r");
-        QVERIFY(rig.n.questions.isEmpty());
+        if (!atStart) {
+            breakIt();
+            rig.now = after;
+            rig.st.deliver(21, "00021\r");
+        }
+        rig.now = after.addSecs(1);
+        rig.st.deliver(22, "00022\r");
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_DFL);
+        // Said once: at the start also by the message about the data file.
+        QCOMPARE(rig.n.messages.size(), atStart ? 1 : 0);
+        QCOMPARE(rig.n.questions.size(), 1);
+        QCOMPARE(rig.rec.heldMarks(), 1);
+        QCOMPARE(rig.rec.heldCount(), 2);
+        if (fault == "folder away")
+            QVERIFY(QDir().rename(rig.dir.filePath("away"), rig.path(QString())));
+        rig.n.open.takeFirst()(Notifier::Retry);
+        QCOMPARE(rig.rec.heldCount() + rig.rec.heldMarks(), 0);
+        rig.now = after.addSecs(2);
         rig.rec.end();
-        QVERIFY(!rig.st.recording);
+        QCOMPARE(rig.file("16_11_26.txt"), "Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
+        QCOMPARE(rig.file("00h16_11.dat"),
+                 atStart ? recordLine("00001", after, "00020") +
+                               recordLine("00002", after.addSecs(1), "00022")
+                         : recordLine("00001", after, "00021") +
+                               recordLine("00002", after.addSecs(1), "00022"));
+        if (!atStart) {
+            QCOMPARE(rig.file("15_11_26.txt"), "Start=15/11/26\r\n");
+            QCOMPARE(rig.file("23h15_11.dat"), recordLine("00001", before, "00020"));
+        }
     }
 
     void commentWindow()
