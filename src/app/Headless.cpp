@@ -134,7 +134,11 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     Run(st);
     if (!st.myComm.PortOpen())
         return done(1); // the reason was printed when the port failed to open
-    if (options.record && recorder.start())
+    // A file that can't be opened yet is reported, and its records are kept
+    // until it can be written: recording goes on either way.
+    if (options.record) {
+        recorder.start();
         std::fprintf(stderr, "velmora: recording to %s\n", qPrintable(recorder.dataFilePath()));
+    }
     return done(flushed(app.exec()));
 }

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 #ifdef Q_OS_UNIX
 #include <unistd.h>
 #endif
@@ -167,6 +168,16 @@ QByteArray stopLine(const QDateTime& t)
     return "Stop-" + latin1(t, "HH:mm:ss") + "\r\n\r\n";
 }
 
+QByteArray lostLine(const QDateTime& t)
+{
+    return "Lost-" + latin1(t, "HH:mm:ss") + "\r\n";
+}
+
+QByteArray backLine(const QDateTime& t)
+{
+    return "Back-" + latin1(t, "HH:mm:ss") + "\r\n";
+}
+
 QByteArray commentLine(const QDateTime& t, const QString& text)
 {
     // The platform's 8-bit text: UTF-8 here, the ANSI code page on Windows.
@@ -183,11 +194,17 @@ int lastNumber(const QString& path)
     if (!tail.endsWith("\r\n"))
         return 0;
     const qsizetype from = tail.lastIndexOf('\n', tail.size() - 2) + 1;
+    // The counter has five digits, more once an hour holds 100,000 records
+    // or more: it is read up to its tab.
     const QByteArray line = tail.mid(from);
-    if (line.size() <= kCounterDigits || line[kCounterDigits] != '\t')
+    const qsizetype tab = line.indexOf('\t');
+    if (tab < kCounterDigits)
+        return 0;
+    const QByteArray digits = line.left(tab);
+    if (!std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
         return 0;
     bool ok = false;
-    const int n = line.left(kCounterDigits).toInt(&ok);
+    const int n = digits.toInt(&ok);
     return ok ? n : 0;
 }
 

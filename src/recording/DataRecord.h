@@ -71,6 +71,10 @@ QByteArray startLine(const QDateTime& t);
 // The line that ends a spell of recording: "Stop-hh:mm:ss" CR LF, printed as
 // one line, so an empty line follows it.
 QByteArray stopLine(const QDateTime& t);
+// The marks of a gap while the port was away: "Lost-hh:mm:ss" CR LF when it
+// went, "Back-hh:mm:ss" CR LF when it came back.
+QByteArray lostLine(const QDateTime& t);
+QByteArray backLine(const QDateTime& t);
 // An operator's comment for the text file: "dd/MM/yy hh:mm:ss-" text CR LF.
 QByteArray commentLine(const QDateTime& t, const QString& text);
 

@@ -11,23 +11,16 @@
 using DataRecord::hourOf;
 using DataRecord::kAppend;
 
-DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
+DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st), day_(st)
 {
-    // A gap in the readings because the port was away shows in the day's file.
-    connect(&st_, &Station::portLost, this, [this](const QDateTime& at) {
-        if (st_.recording && !st_.rs485Mode)
-            writeText("Lost-" + at.toString(QStringLiteral("HH:mm:ss")).toLatin1() + "\r\n");
-    });
-    connect(&st_, &Station::portBack, this, [this](const QDateTime& at) {
-        if (st_.recording && !st_.rs485Mode)
-            writeText("Back-" + at.toString(QStringLiteral("HH:mm:ss")).toLatin1() + "\r\n");
-    });
+    // A mark kept for the day's file is retried with the records.
+    day_.failed = [this](const QString& path, const QString& why) {
+        if (!asking_)
+            askRetry(path, why);
+    };
     sync_.setSingleShot(true);
     sync_.setInterval(DataRecord::kSyncDelayMs);
-    connect(&sync_, &QTimer::timeout, this, [this] {
-        DataRecord::syncToDisk(data_);
-        DataRecord::syncToDisk(text_);
-    });
+    connect(&sync_, &QTimer::timeout, this, [this] { DataRecord::syncToDisk(data_); });
     connect(&st_.HTmr, &QTimer::timeout, this, [this] {
         // On the RS-485 line the line recorder keeps the files.
         if (st_.recording && !st_.rs485Mode)
@@ -40,36 +33,33 @@ DataRecorder::~DataRecorder()
     end();
 }
 
-QString DataRecorder::folderPath(const QString& name) const
+QString DataRecorder::folder() const
 {
-    const QString folder = st_.dataFolder.isEmpty() ? QDir::currentPath() : st_.dataFolder;
-    return QDir::toNativeSeparators(QDir(folder).filePath(name));
+    return st_.dataFolder.isEmpty() ? QDir::currentPath() : st_.dataFolder;
 }
 
-bool DataRecorder::openFile(QFile& f, const QString& path, bool report)
+QString DataRecorder::folderPath(const QString& name) const
 {
-    DataRecord::syncToDisk(f);
-    f.close();
-    f.setFileName(path);
-    if (f.open(kAppend))
-        return true;
-    if (report)
-        st_.notifier().message(QStringLiteral("%1: %2").arg(path, f.errorString()),
-                               Notifier::Icon::Exclamation);
-    f.setFileName(QString());
-    return false;
+    return QDir::toNativeSeparators(QDir(folder()).filePath(name));
 }
 
 bool DataRecorder::openData(const QString& path, bool report)
 {
-    const int last = DataRecord::lastNumber(path);
-    if (!openFile(data_, path, report))
-        return false;
-    dataPath_ = path;
+    DataRecord::syncToDisk(data_);
+    data_.close();
     // Appending goes on with the file's own numbering; a new file counts from 1.
-    st_.recordCounter = last + 1;
+    st_.recordCounter = DataRecord::lastNumber(path) + 1;
+    dataPath_ = path;
     Q_EMIT dataFileChanged(path);
-    return true;
+    data_.setFileName(path);
+    if (data_.open(kAppend))
+        return true;
+    // The folder is away or the disk refuses: the records are kept for this
+    // file, and the write error's Retry/Cancel question follows.
+    if (report)
+        st_.notifier().message(QStringLiteral("%1: %2").arg(path, data_.errorString()),
+                               Notifier::Icon::Exclamation);
+    return false;
 }
 
 bool DataRecorder::OpenDataFile(bool automatic)
@@ -110,36 +100,18 @@ bool DataRecorder::OpenDataFile(bool automatic)
 
 bool DataRecorder::OpenTextFile()
 {
-    const QDateTime now = clock();
-    textDay_ = now.date();
-    textPath_.clear();
-    const QString path = folderPath(DataRecord::textFileName(now));
-    if (!openFile(text_, path))
-        return false;
-    textPath_ = path;
-    return writeText(DataRecord::startLine(now));
+    day_.open(folder(), clock());
+    return day_.heldCount() == 0;
 }
 
-bool DataRecorder::appendBytes(QFile& f, const QString& path, const QByteArray& bytes,
-                               QString* why)
+bool DataRecorder::appendData(const QByteArray& bytes, QString* why)
 {
-    if (!DataRecord::reopenIfGone(f, path, why) || !DataRecord::appendWhole(f, bytes, why))
+    if (!DataRecord::reopenIfGone(data_, dataPath_, why) ||
+        !DataRecord::appendWhole(data_, bytes, why))
         return false;
     if (!sync_.isActive())
         sync_.start();
     return true;
-}
-
-bool DataRecorder::writeText(const QByteArray& line)
-{
-    if (textPath_.isEmpty())
-        return false;
-    QString why;
-    if (appendBytes(text_, textPath_, line, &why))
-        return true;
-    st_.notifier().message(QStringLiteral("%1: %2").arg(textPath_, why),
-                           Notifier::Icon::Exclamation);
-    return false;
 }
 
 bool DataRecorder::WriteToFile(const QByteArray& reply)
@@ -154,29 +126,44 @@ bool DataRecorder::writeRecord(const QByteArray& reply, const QDateTime& now)
     held_.add(dataPath_, DataRecord::bytes(st_.recordCounter++, now, reply, st_.zeroPosition,
                                            st_.limit1, st_.limit2));
     // While the question is open the record waits behind the others.
-    return !asking_ && writeHeld();
+    if (asking_)
+        return false;
+    gaveUp_ = false;
+    writeHeld();
+    // A notifier that answers at once has written it, or given it up, already.
+    return held_.empty() && !gaveUp_;
+}
+
+bool DataRecorder::writeData(QString* path, QString* why)
+{
+    const int had = held_.size();
+    const bool done = held_.writeAll(
+        [this](const QString& to, const QByteArray& bytes, QString* failed) {
+            // An earlier hour's records go to their own file.
+            return to == dataPath_ ? appendData(bytes, failed)
+                                   : DataRecord::appendToPath(to, bytes, failed);
+        },
+        path, why);
+    if (done && had > 1)
+        st_.notifier().note(held_.writtenNote(had, QStringLiteral("the data file")));
+    return done;
 }
 
 bool DataRecorder::writeHeld(bool ask)
 {
-    const int had = held_.size();
-    QString path, why;
-    const bool done = held_.writeAll(
-        [this](const QString& to, const QByteArray& bytes, QString* failed) {
-            // An earlier hour's records go to their own file.
-            return to == dataPath_ ? appendBytes(data_, dataPath_, bytes, failed)
-                                   : DataRecord::appendToPath(to, bytes, failed);
-        },
-        &path, &why);
-    if (done) {
-        if (had > 1)
-            st_.notifier().note(held_.writtenNote(had, QStringLiteral("the data file")));
+    QString path, why, dayPath, dayWhy;
+    const bool dataDone = writeData(&path, &why);
+    const bool dayDone = day_.writeHeld(&dayPath, &dayWhy);
+    if (dataDone && dayDone)
         return true;
-    }
-    if (!ask)
-        return false;
+    if (ask)
+        askRetry(dataDone ? dayPath : path, dataDone ? dayWhy : why);
+    return false;
+}
+
+void DataRecorder::askRetry(const QString& path, const QString& why)
+{
     asking_ = true;
-    gaveUp_ = false;
     QPointer<DataRecorder> self(this);
     st_.notifier().askLater(
         QStringLiteral("%1: %2").arg(path, why), Notifier::Retry | Notifier::Cancel,
@@ -185,8 +172,6 @@ bool DataRecorder::writeHeld(bool ask)
                 self->answered(button);
         },
         Notifier::Icon::Critical);
-    // A notifier that answers at once has written them, or given them up, already.
-    return held_.empty() && !gaveUp_;
 }
 
 void DataRecorder::answered(int button)
@@ -199,11 +184,17 @@ void DataRecorder::answered(int button)
     gaveUp_ = true;
     if (const qint64 n = held_.clear())
         st_.notifier().note(QStringLiteral("%1 records not written").arg(n));
+    if (const qint64 n = day_.clearHeld())
+        st_.notifier().note(QStringLiteral("%1 lines not written to %2").arg(n).arg(day_.path()));
 }
 
 bool DataRecorder::WriteComment(const QString& text)
 {
-    return writeText(DataRecord::commentLine(clock(), text));
+    if (!day_.isOpen())
+        return false;
+    // One that can't be written now waits with the marks, and is retried with them.
+    day_.write(DataRecord::commentLine(clock(), text));
+    return true;
 }
 
 void DataRecorder::CloseDataFiles()
@@ -211,11 +202,9 @@ void DataRecorder::CloseDataFiles()
     const bool hadData = !dataPath_.isEmpty();
     sync_.stop();
     DataRecord::syncToDisk(data_);
-    DataRecord::syncToDisk(text_);
     data_.close();
-    text_.close();
+    day_.close();
     dataPath_.clear();
-    textPath_.clear();
     if (hadData)
         Q_EMIT dataFileChanged(QString());
 }
@@ -223,7 +212,7 @@ void DataRecorder::CloseDataFiles()
 bool DataRecorder::start()
 {
     if (st_.recording)
-        return !dataPath_.isEmpty();
+        return data_.isOpen();
     const bool dataOk = OpenDataFile(true);
     OpenTextFile();
     st_.sinks[Station::DataFileSink] = [this](double, const QByteArray& reply) {
@@ -247,13 +236,16 @@ void DataRecorder::end()
     st_.sinks[Station::DataFileSink] = nullptr;
     // Recording ends: what is still kept gets one last try.
     asking_ = false;
-    if (!held_.empty() && !writeHeld(false)) {
-        const QString path = held_.firstPath();
+    QString path, why;
+    if (!writeData(&path, &why))
         st_.notifier().message(
             QStringLiteral("%1 records not written to %2").arg(held_.clear()).arg(path),
             Notifier::Icon::Exclamation);
-    }
-    writeText(DataRecord::stopLine(clock()));
+    const QString dayPath = day_.path();
+    qint64 lost = 0;
+    if (!day_.stop(clock(), &lost))
+        st_.notifier().message(QStringLiteral("%1 lines not written to %2").arg(lost).arg(dayPath),
+                               Notifier::Icon::Exclamation);
     CloseDataFiles();
 }
 
@@ -266,15 +258,7 @@ void DataRecorder::rotate(const QDateTime& now)
 {
     if (hourOf(now) != dataHour_) {
         dataHour_ = hourOf(now);
-        const QString path = folderPath(DataRecord::dataFileName(now));
-        if (!openData(path, false)) {
-            // The folder is away: the hour's records are kept for this file,
-            // and the write error's Retry/Cancel question follows.
-            dataPath_ = path;
-            st_.recordCounter = 1;
-            Q_EMIT dataFileChanged(path);
-        }
+        openData(folderPath(DataRecord::dataFileName(now)), false);
     }
-    if (now.date() != textDay_)
-        OpenTextFile();
+    day_.rotate(now);
 }

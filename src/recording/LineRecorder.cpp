@@ -10,8 +10,19 @@
 using DataRecord::hourOf;
 using DataRecord::kAppend;
 
-LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st)
+namespace {
+QString keptNote(const QString& path, const QString& why, const char* what)
 {
+    return QStringLiteral("%1: %2; %3 are kept until it can be written").arg(path, why, what);
+}
+} // namespace
+
+LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st), day_(st)
+{
+    day_.failed = [this](const QString& path, const QString& why) {
+        if (day_.heldCount() == 1) // the first line that fails: later ones are kept quietly
+            st_.notifier().note(keptNote(path, why, "its lines"));
+    };
     sync_.setSingleShot(true);
     sync_.setInterval(DataRecord::kSyncDelayMs);
     connect(&sync_, &QTimer::timeout, this, &LineRecorder::syncAll);
@@ -28,15 +39,16 @@ bool LineRecorder::open(int address, const QString& path, const QDateTime& hour)
 {
     auto c = std::make_unique<Channel>();
     c->file.setFileName(path);
-    if (!c->file.open(kAppend)) {
-        st_.notifier().message(QStringLiteral("%1: %2").arg(path, c->file.errorString()),
-                               Notifier::Icon::Exclamation);
-        return false;
-    }
     c->path = path;
     c->hour = hour;
+    const bool opened = c->file.open(kAppend);
+    // A file that can't be opened now (folder away, disk full) is opened by
+    // the first record that can write it; until then its records are kept.
+    if (!opened)
+        st_.notifier().message(keptNote(path, c->file.errorString(), "its records"),
+                               Notifier::Icon::Exclamation);
     channels_[size_t(address)] = std::move(c);
-    return true;
+    return opened;
 }
 
 bool LineRecorder::start(const QList<int>& addresses)
@@ -65,6 +77,8 @@ bool LineRecorder::start(const QList<int>& addresses)
             open(a, path, QDateTime());
     }
     st_.recording = openFiles() > 0;
+    if (st_.recording)
+        day_.open(folder, now);
     return st_.recording;
 }
 
@@ -87,6 +101,11 @@ void LineRecorder::end()
                 Notifier::Icon::Exclamation);
         c.reset();
     }
+    const QString dayPath = day_.path();
+    qint64 lost = 0;
+    if (!day_.stop(clock(), &lost))
+        st_.notifier().message(QStringLiteral("%1 lines not written to %2").arg(lost).arg(dayPath),
+                               Notifier::Icon::Exclamation);
     st_.recording = false;
 }
 
@@ -124,9 +143,12 @@ bool LineRecorder::write(const Station::LineReading& r)
                      .filePath(DataRecord::lineFileName(now, r.address));
         c.hour = hourOf(now);
     }
-    c.held.add(c.path, DataRecord::lineRecord(now, r.address, r.first, r.second, st_.zeroPosition,
-                                              st_.limit1, st_.limit2,
-                                              st_.lineRus[size_t(r.address)]));
+    day_.rotate(now);
+    if (day_.heldCount() > 0) // marks kept while the folder was away go with the records
+        day_.writeHeld();
+    c.held.add(c.path,
+               DataRecord::lineRecord(now, r.address, r.first, r.second, st_.zeroPosition,
+                                      st_.limit1, st_.limit2, st_.lineRus[size_t(r.address)]));
     return writeHeld(c);
 }
 
@@ -144,8 +166,7 @@ bool LineRecorder::writeHeld(Channel& c)
         &path, &why);
     if (!done) {
         if (had == 1) // the first record that fails: later ones are kept quietly
-            st_.notifier().note(
-                QStringLiteral("%1: %2; records are kept until it can be written").arg(path, why));
+            st_.notifier().note(keptNote(path, why, "records"));
         return false;
     }
     if (had > 1)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/DataRecorder.h"
+#include "recording/DayLog.h"
 #include "recording/HeldRecords.h"
 #include "station/Station.h"
 
@@ -14,12 +15,14 @@
 // Recording on the RS-485 line: one data file per polled analyzer. A channel
 // with "Auto File Name" gets an hourly file named by the clock and its
 // address ("14h15_11_A005.dat"), changed at each new hour; any other channel
-// gets a file the operator chooses at start (no rotation). Every record is
-// handed to the operating system as it is written. A record that can't be
-// written (folder away, disk full) is kept in memory, in order, with the
-// records after it, and written by the channel's next record that finds the
-// file writable again; the status bar (stderr headless) says when it starts
-// and when it ends. Nothing waits on the operator.
+// gets a file the operator chooses at start (no rotation). The day's text
+// file (DayLog) tells when the line was recorded: "Start=", "Stop-", and the
+// "Lost-"/"Back-" of a gap while the port was away. Every record is handed to
+// the operating system as it is written. A record or mark that can't be
+// written (folder away, disk full, also when recording starts) is kept in
+// memory, in order, with the ones after it, and written by the next record
+// that finds the file writable again; the status bar (stderr headless) says
+// when it starts and when it ends. Nothing waits on the operator.
 //
 //   LineRecorder rec(st);  // installs the station's line file sink
 //   rec.start(addresses);  // "&Run Saving" on the line
@@ -39,8 +42,9 @@ public:
     static constexpr char kChooserTitle[] = "OK-for Next Channel; CANCEL-for Exit";
     static constexpr char kChooserFilter[] = "Data (*.dat;*.dt)|*.dat;*.dt|All Files (*.*)|*.*";
 
-    // Opens the files of `addresses`; true (and st.recording set) when at
-    // least one is open.
+    // Opens the files of `addresses` and the day's text file; true (and
+    // st.recording set) when at least one analyzer is recorded. A file that
+    // can't be opened is reported and its records are kept for it.
     bool start(const QList<int>& addresses);
     void end();
     // Appends one record to its analyzer's file; false when it has none or
@@ -48,6 +52,9 @@ public:
     bool write(const Station::LineReading& r);
     // Records of the channel waiting for their file.
     int heldCount(int address) const;
+    // Lines waiting for the day's text file.
+    int heldMarks() const { return day_.heldCount(); }
+    QString textFilePath() const { return day_.path(); }
 
     QString pathOf(int address) const;
     int openFiles() const;
@@ -66,6 +73,7 @@ private:
 
     Station& st_;
     std::array<std::unique_ptr<Channel>, 256> channels_;
+    DayLog day_;
     QTimer sync_; // started by a write, syncs the files to the disk when it fires
     void syncAll();
 };

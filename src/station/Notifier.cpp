@@ -5,7 +5,6 @@
 
 void HeadlessNotifier::message(const QString& text, Icon)
 {
-    lastRetried_.clear(); // a later failure is printed again
     std::fprintf(stderr, "velmora: %s\n", qPrintable(text));
     std::fflush(stderr);
 }
@@ -32,18 +31,21 @@ void HeadlessNotifier::status(int panel, const QString& text)
         std::fprintf(stderr, "velmora: [status %d] %s\n", panel, qPrintable(text));
 }
 
-void HeadlessNotifier::askLater(const QString& text, int buttons, const Answer& answered,
-                                Icon icon)
+void HeadlessNotifier::askLater(const QString& text, int buttons, const Answer& answered, Icon icon)
 {
     if (!(buttons & Retry)) {
         answered(ask(text, buttons, icon));
         return;
     }
-    if (text != lastRetried_) {
+    // Asked again from within the Retry answer: the same failure, said already.
+    if (!*retrying_) {
         std::fprintf(stderr, "velmora: %s (trying again every %d s)\n", qPrintable(text),
                      (retryMs + 999) / 1000);
         std::fflush(stderr);
-        lastRetried_ = text;
     }
-    QTimer::singleShot(retryMs, [answered] { answered(Retry); });
+    QTimer::singleShot(retryMs, [retrying = retrying_, answered] {
+        *retrying = true;
+        answered(Retry);
+        *retrying = false;
+    });
 }

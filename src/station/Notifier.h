@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <functional>
+#include <memory>
 
 // The one channel through which the core speaks to the operator. The GUI shows
 // message boxes and status-bar text, --headless prints to stderr, tests record.
@@ -55,7 +56,8 @@ public:
     int ask(const QString& text, int buttons, Icon icon = Icon::Question) override;
     // A question that offers Retry is answered Retry after `retryMs`: a folder
     // or disk that comes back is written to again with nobody there. The text
-    // is printed when it changes, not at every try.
+    // is printed once when the failure begins, not at every try: a question
+    // asked again from within the Retry answer is the same failure going on.
     void askLater(const QString& text, int buttons, const Answer& answered,
                   Icon icon = Icon::Question) override;
     void status(int panel, const QString& text) override;
@@ -66,5 +68,7 @@ public:
     int retryMs = 5000;
 
 private:
-    QString lastRetried_;
+    // True while a Retry answer is being given; shared with the pending
+    // answers, which may outlive the notifier.
+    std::shared_ptr<bool> retrying_ = std::make_shared<bool>(false);
 };

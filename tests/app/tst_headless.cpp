@@ -241,6 +241,10 @@ void HeadlessTest::lineRecordsAndSummarises()
         QCOMPARE(m.captured(2).toDouble() / 10.0, m.captured(3).toDouble());
         ++perAddress[m.captured(1)];
     }
+    const QByteArray marks = s.dayFile(); // when the line was recorded
+    QVERIFY2(marks.startsWith("Start=") && marks.endsWith("\r\n\r\n") &&
+                 marks.contains("\r\nStop-"),
+             marks.constData());
     for (const QString& a : found) {
         // Every reading printed is in the analyzer's file, and counted as a reply.
         const QString file = onlyFile(s.data.path(), QStringLiteral("*_A%1.dat").arg(a));

@@ -68,6 +68,44 @@ private Q_SLOTS:
         QVERIFY(!rig.st.recording);
     }
 
+    // The line's recording leaves its marks in the day's file, gaps in the
+    // port too; with the folder missing at the start they are kept, with the
+    // records, until it is back.
+    void lineDayMarks_data()
+    {
+        QTest::addColumn<bool>("missing");
+        QTest::newRow("folder there") << false;
+        QTest::newRow("folder missing at start") << true;
+    }
+
+    void lineDayMarks()
+    {
+        QFETCH(bool, missing);
+        RecordingRig rig("data");
+        LineRecorder rec(rig.st);
+        rec.clock = [&] { return rig.now; };
+        rig.st.lineAutoName[5] = true;
+        if (missing)
+            QVERIFY(QDir(rig.path(QString())).removeRecursively());
+        QVERIFY(rec.start({5}));
+        Station::LineReading r{5, {}, QStringLiteral("00019"), QStringLiteral("04123"), 19};
+        rig.st.deliverLine(r);
+        Q_EMIT rig.st.portLost(rig.now.addSecs(10));
+        Q_EMIT rig.st.portBack(rig.now.addSecs(20));
+        QCOMPARE(rec.heldMarks(), missing ? 3 : 0);
+        QCOMPARE(rec.heldCount(5), missing ? 1 : 0);
+        QCOMPARE(rig.n.messages.size(), missing ? 1 : 0); // the analyzer's file, at the start
+        if (missing)
+            QVERIFY(QDir().mkpath(rig.path(QString())));
+        rig.now = rig.now.addSecs(30);
+        rig.st.deliverLine(r);
+        QCOMPARE(rec.heldMarks() + rec.heldCount(5), 0);
+        rec.end();
+        QCOMPARE(rig.file("15_11_26.txt"),
+                 "Start=15/11/26\r\nLost-14:05:10\r\nBack-14:05:20\r\nStop-14:05:30\r\n\r\n");
+        QCOMPARE(rig.file("14h15_11_A005.dat").count('\n'), 2);
+    }
+
     // While the folder is away an analyzer's records are kept, and the first
     // record after its return writes them, each into its hour's file.
     void lineHeldWhileAway()

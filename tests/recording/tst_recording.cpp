@@ -14,11 +14,46 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTemporaryFile>
 #include <csignal>
+#include <cstdio>
 #include <optional>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
+// What the code under test prints to stderr meanwhile, until take().
+class StderrCapture
+{
+public:
+    StderrCapture()
+    {
+        std::fflush(stderr);
+        if (file_.open())
+            ::dup2(file_.handle(), 2);
+    }
+    ~StderrCapture() { restore(); }
+    QByteArray take()
+    {
+        restore();
+        file_.seek(0);
+        return file_.readAll();
+    }
+
+private:
+    void restore()
+    {
+        if (saved_ < 0)
+            return;
+        std::fflush(stderr);
+        ::dup2(saved_, 2);
+        ::close(saved_);
+        saved_ = -1;
+    }
+    QTemporaryFile file_;
+    int saved_ = ::dup(2);
+};
+
 const QByteArray kRec1 = "00001\t14:05:00\t00020\t00000\t0\r\n";
 const QByteArray kRec2 = "00002\t14:05:00\t00021\t00000\t0\r\n";
 
@@ -248,6 +283,41 @@ private Q_SLOTS:
         rig.rec.end();
     }
 
+    // Headless, a write failure is printed once when it begins, whatever the
+    // tries and the alarm lines after it, and again when a new one begins.
+    void headlessSaysFailureOnce()
+    {
+        struct Counting : HeadlessNotifier
+        {
+            void askLater(const QString& text, int buttons, const Answer& answered,
+                          Icon icon) override
+            {
+                ++asked;
+                message(QStringLiteral("-1-й порог превышен")); // an alarm line between tries
+                HeadlessNotifier::askLater(text, buttons, answered, icon);
+            }
+            int asked = 0;
+        } quiet;
+        quiet.retryMs = 10;
+        StderrCapture err;
+        {
+            RecordingRig rig("data", &quiet);
+            QVERIFY(rig.rec.start());
+            for (int failure = 0; failure < 2; ++failure) {
+                QVERIFY(QDir(rig.path(QString())).removeRecursively());
+                const int before = quiet.asked;
+                rig.st.deliver(20, "00020\r");
+                QVERIFY(QTest::qWaitFor([&] { return quiet.asked >= before + 3; }, 5000));
+                QVERIFY(QDir().mkpath(rig.path(QString())));
+                QVERIFY(QTest::qWaitFor([&] { return rig.rec.heldCount() == 0; }, 5000));
+            }
+            rig.rec.end();
+        }
+        const QByteArray printed = err.take();
+        QCOMPARE(printed.count("(trying again every 1 s)\n"), 2);
+        QVERIFY(printed.count("порог превышен") >= 6);
+    }
+
     void chosenFile_data()
     {
         QTest::addColumn<int>("answer"); // 0: the dialog is cancelled
@@ -284,19 +354,98 @@ private Q_SLOTS:
         QTEST(contents(chosen), "expected");
     }
 
-    void unopenableFileIsReportedAndRecordingGoesOn()
+    // A restart appends to the hour's file and numbers on from its last
+    // record, which has six digits once the hour holds 100,000 of them.
+    void numberingGoesOnAfterRestart_data()
     {
+        QTest::addColumn<QByteArray>("held"); // the hour's file before the start
+        QTest::addColumn<QByteArray>("next");
+        const QByteArray rest = "\t14:01:00\t00020\t00000\t0\r\n";
+        QTest::newRow("five digits") << "00041" + rest + "00042" + rest << QByteArray("00043\t");
+        QTest::newRow("to six digits") << "99998" + rest + "99999" + rest << QByteArray("100000\t");
+        QTest::newRow("six digits") << "99999" + rest + "100000" + rest << QByteArray("100001\t");
+    }
+
+    void numberingGoesOnAfterRestart()
+    {
+        QFETCH(QByteArray, held);
         RecordingRig rig;
-        rig.st.dataFolder = rig.path("missing");
-        QVERIFY(!rig.rec.start());
-        QVERIFY(rig.st.recording);
-        QCOMPARE(rig.n.messages.size(), 2); // the data file and the text file
-        for (const QString& m : std::as_const(rig.n.messages))
-            QVERIFY2(m.contains("No such file or directory"), qPrintable(m));
+        QVERIFY(!put(rig.path("14h15_11.dat"), held).isEmpty());
+        QVERIFY(rig.rec.start());
         rig.st.deliver(20, "00020\r");
-        QVERIFY(rig.n.questions.isEmpty());
         rig.rec.end();
-        QVERIFY(!rig.st.recording);
+        const QByteArray added = rig.file("14h15_11.dat").mid(held.size());
+        QCOMPARE(added.count('\n'), 1);
+        QTEST(added.left(added.indexOf('\t') + 1), "next");
+    }
+
+    // The folder away or the disk full when recording starts or at midnight:
+    // the records and the day's marks are kept, in order, the operator is
+    // told, and Retry writes them all once they can be written.
+    void keptFromStartAndOverMidnight_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<bool>("atStart");
+        QTest::newRow("folder missing at start") << "folder away" << true;
+        QTest::newRow("folder away over midnight") << "folder away" << false;
+        QTest::newRow("no room over midnight") << "no room" << false;
+    }
+
+    void keptFromStartAndOverMidnight()
+    {
+        QFETCH(QString, fault);
+        QFETCH(bool, atStart);
+        RecordingRig rig("data");
+        rig.n.hold = true;
+        const QDateTime before(QDate(2026, 11, 15), QTime(23, 59, 58));
+        const QDateTime after(QDate(2026, 11, 16), QTime(0, 0, 1));
+        rig.now = atStart ? after : before;
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_IGN);
+        auto breakIt = [&] {
+            if (fault == "folder away") {
+                QVERIFY(QDir().rename(rig.path(QString()), rig.dir.filePath("away")));
+            } else { // no room for a whole line in any file
+                rlimit tight = saved;
+                tight.rlim_cur = 8;
+                QVERIFY(setrlimit(RLIMIT_FSIZE, &tight) == 0);
+            }
+        };
+        if (atStart)
+            breakIt();
+        QCOMPARE(rig.rec.start(), !atStart);
+        rig.st.deliver(20, "00020\r");
+        if (!atStart) {
+            breakIt();
+            rig.now = after;
+            rig.st.deliver(21, "00021\r");
+        }
+        rig.now = after.addSecs(1);
+        rig.st.deliver(22, "00022\r");
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, SIG_DFL);
+        // Said once: at the start also by the message about the data file.
+        QCOMPARE(rig.n.messages.size(), atStart ? 1 : 0);
+        QCOMPARE(rig.n.questions.size(), 1);
+        QCOMPARE(rig.rec.heldMarks(), 1);
+        QCOMPARE(rig.rec.heldCount(), 2);
+        if (fault == "folder away")
+            QVERIFY(QDir().rename(rig.dir.filePath("away"), rig.path(QString())));
+        rig.n.open.takeFirst()(Notifier::Retry);
+        QCOMPARE(rig.rec.heldCount() + rig.rec.heldMarks(), 0);
+        rig.now = after.addSecs(2);
+        rig.rec.end();
+        QCOMPARE(rig.file("16_11_26.txt"), "Start=16/11/26\r\nStop-00:00:03\r\n\r\n");
+        QCOMPARE(rig.file("00h16_11.dat"),
+                 atStart ? recordLine("00001", after, "00020") +
+                               recordLine("00002", after.addSecs(1), "00022")
+                         : recordLine("00001", after, "00021") +
+                               recordLine("00002", after.addSecs(1), "00022"));
+        if (!atStart) {
+            QCOMPARE(rig.file("15_11_26.txt"), "Start=15/11/26\r\n");
+            QCOMPARE(rig.file("23h15_11.dat"), recordLine("00001", before, "00020"));
+        }
     }
 
     void commentWindow()
