@@ -45,6 +45,7 @@ private Q_SLOTS:
     void zeroBox_data();
     void zeroBox();
     void zeroWhileStreaming();
+    void silentZeroAnswer();
     void runButtonFollowsRunning();
     void messagesDoNotStopReadings();
     void writeQuestionDoesNotWait();

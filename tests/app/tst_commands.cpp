@@ -133,6 +133,40 @@ void CommandPanelTest::zeroWhileStreaming()
                           [](const QByteArray& r) { return r.contains("\t00020\t"); }) >= 5);
 }
 
+// An analyzer that keeps quiet on "AMB?": the zero fields keep what they
+// held, the panel comes back, and the stream goes on.
+void CommandPanelTest::silentZeroAnswer()
+{
+    SimConfig config;
+    config.readingsPerSecond = 20;
+    config.answers = AnswerFault::Silent;
+    SimRig r(config);
+    r.st.synchroFromTimer = false;
+    MDIFrm f(r.st);
+    f.show();
+    int readings = 0;
+    auto graphSink = r.st.sinks[Station::MainGraphSink];
+    r.st.sinks[Station::MainGraphSink] = [&](double v, const QByteArray& reply) {
+        ++readings;
+        graphSink(v, reply);
+    };
+    f.mnuRun_Click();
+    QVERIFY(QTest::qWaitFor([&] { return readings >= 3; }, 3000));
+    auto* z = f.findChild<QLineEdit*>(QStringLiteral("txtZ"));
+    auto* zr = f.findChild<QLineEdit*>(QStringLiteral("txtZR"));
+    z->setText(QStringLiteral("0042"));
+    zr->setText(QStringLiteral("1234"));
+    f.toolButton(QStringLiteral("ZT"))->trigger();
+    QVERIFY(r.sim.commands().contains("AMB?"));
+    QCOMPARE(z->text(), QStringLiteral("0042"));
+    QCOMPARE(zr->text(), QStringLiteral("1234"));
+    QCOMPARE(r.st.zeroOffset, 0);
+    QVERIFY(f.toolButton(QStringLiteral("ZT"))->isEnabled());
+    QVERIFY(!r.st.lineBusy());
+    const int before = readings;
+    QVERIFY(QTest::qWaitFor([&] { return readings > before; }, 2000));
+}
+
 void CommandPanelTest::runButtonFollowsRunning()
 {
     StationRig r;

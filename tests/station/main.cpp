@@ -1,4 +1,5 @@
 #include "TestMain.h"
+#include "tst_catalogue.h"
 #include "tst_settings.h"
 
-VELMORA_TEST_MAIN(SettingsTest)
+VELMORA_TEST_MAIN(SettingsTest, CatalogueTest)
