@@ -56,6 +56,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     if (options.simulate) {
         SimConfig config;
         config.readingsPerSecond = options.simRate;
+        config.profile = options.simProfile;
         if (options.rs485)
             config.addresses = options.simAddresses;
         QString why;

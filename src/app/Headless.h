@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sim/SimConfig.h"
+
 #include <QList>
 #include <QString>
 #include <functional>
@@ -9,7 +11,8 @@ class QCoreApplication;
 struct HeadlessOptions
 {
     bool simulate = false;
-    double simRate = 1.0;    // simulated readings per second
+    double simRate = 1.0; // simulated readings per second
+    SimProfile simProfile = SimProfile::Site;
     bool fromDevice = false; // take every streamed record instead of polling on the timer
     bool verbose = false;
     bool record = false;     // write the data files as Run Saving does

@@ -40,9 +40,18 @@ Options parse(const QCoreApplication& app)
     const QCommandLineOption simulate(
         QStringLiteral("simulate"),
         QStringLiteral("Use the built-in simulated analyzer on a pseudo-terminal."));
-    const QCommandLineOption simRate(QStringLiteral("sim-rate"),
-                                     QStringLiteral("Simulated readings per second (default 1)."),
-                                     QStringLiteral("n"), QStringLiteral("1"));
+    const QCommandLineOption simRate(
+        QStringLiteral("sim-rate"),
+        QStringLiteral("Simulated readings per second, %1 to %2 (default 1).")
+            .arg(kMinSimRate)
+            .arg(kMaxSimRate),
+        QStringLiteral("n"), QStringLiteral("1"));
+    const QCommandLineOption simProfile(
+        QStringLiteral("sim-profile"),
+        QStringLiteral("What the simulated methane does: site (about 2 ppm, a leak plume of a few "
+                       "hundred ppm every minute or two), flat or steps (short plumes just over "
+                       "the alarm thresholds); default site."),
+        QStringLiteral("profile"), QStringLiteral("site"));
     const QCommandLineOption fromDevice(
         QStringLiteral("from-device"),
         QStringLiteral("Start in \"From Device\" mode: take every record the analyzer "
@@ -69,8 +78,8 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("to-csv"),
         QStringLiteral("Write the records of the data files given as arguments to standard "
                        "output as CSV, in time order, and exit."));
-    cli.addOptions({headless, simulate, simRate, fromDevice, verbose, record, rs485, addresses,
-                    simLine, toCsv});
+    cli.addOptions({headless, simulate, simRate, simProfile, fromDevice, verbose, record, rs485,
+                    addresses, simLine, toCsv});
     cli.addPositionalArgument(QStringLiteral("files"),
                               QStringLiteral("With --to-csv: the data files (.dat)."),
                               QStringLiteral("[FILE...]"));
@@ -104,13 +113,19 @@ Options parse(const QCoreApplication& app)
         list(addresses, o.run.addresses);
     list(simLine, o.run.simAddresses);
     o.simLine = cli.isSet(simLine);
-    bool ok = false;
-    o.run.simRate = cli.value(simRate).toDouble(&ok);
-    if (!ok || o.run.simRate <= 0 || o.run.simRate > 1000) {
-        std::fprintf(stderr, "velmora: --sim-rate takes a number of readings per second "
-                             "above 0 and up to 1000\n");
+    QString why;
+    const auto rate = parseSimRate(cli.value(simRate), &why);
+    if (!rate) {
+        std::fprintf(stderr, "velmora: --sim-rate: %s\n", qPrintable(why));
         std::exit(2);
     }
+    o.run.simRate = *rate;
+    const auto profile = simProfileFromName(cli.value(simProfile));
+    if (!profile) {
+        std::fprintf(stderr, "velmora: --sim-profile must be site, flat or steps\n");
+        std::exit(2);
+    }
+    o.run.simProfile = *profile;
     return o;
 }
 
@@ -132,6 +147,7 @@ int runWindowed(QApplication& app, const Options& o)
     if (o.run.simulate) {
         SimConfig config;
         config.readingsPerSecond = o.run.simRate;
+        config.profile = o.run.simProfile;
         if (o.simLine)
             config.addresses = o.run.simAddresses;
         QString why;

@@ -47,10 +47,11 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
     if (config_.isRs485()) {
         for (int a : config_.addresses)
             units_.emplace_back(a, serialFor(config_.type, a, seed + quint32(a)),
-                                seed + quint32(a) * 7919u);
+                                seed + quint32(a) * 7919u, config_.profile);
     } else {
-        units_.emplace_back(-1, serialFor(config_.type, 0, seed), seed);
+        units_.emplace_back(-1, serialFor(config_.type, 0, seed), seed, config_.profile);
     }
+    life_.start();
     for (auto it = config_.lineFaults.cbegin(); it != config_.lineFaults.cend(); ++it)
         setLineFault(it.key(), it.value());
     burstSize_ = qMax(1, config_.burstSize);
@@ -60,7 +61,7 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
     connect(&line_, &PtyLine::received, this, &AnalyzerSim::onReceived);
     connect(&line_, &PtyLine::pulled, this, &AnalyzerSim::devicePulled);
 
-    rate_ = std::clamp(config_.readingsPerSecond, 0.01, kMaxRate);
+    rate_ = std::clamp(config_.readingsPerSecond, kMinSimRate, kMaxRate);
     clocked_ = rate_ >= kClockedRate;
     stream_.setTimerType(Qt::PreciseTimer);
     stream_.setInterval(clocked_ ? 1 : qMax(1, qRound(1000.0 / rate_)));
@@ -243,7 +244,7 @@ void AnalyzerSim::onStreamTick()
 int AnalyzerSim::takeReading(SimUnit& u)
 {
     ++u.readings;
-    u.lastCh4 = u.ch4.next();
+    u.lastCh4 = u.ch4.next(double(life_.elapsed()) / 1000.0);
     return u.lastCh4;
 }
 

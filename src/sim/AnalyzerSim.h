@@ -56,7 +56,7 @@ public:
     // began, so that rates above one reading a millisecond are met; one is
     // skipped while the line is still busy with earlier ones for longer than
     // kLineSlackNs and a reading's interval.
-    static constexpr double kMaxRate = 20000.0;
+    static constexpr double kMaxRate = kMaxSimRate;
     static constexpr double kClockedRate = 500.0;
     static constexpr qint64 kLineSlackNs = 10'000'000;
 
@@ -126,6 +126,7 @@ private:
     double rate_ = 1.0;         // readings a second while streaming
     bool clocked_ = false;      // readings made by streamClock_, several a tick
     QElapsedTimer streamClock_; // since streaming began
+    QElapsedTimer life_;        // since the analyzer was made: its traces' time
     qint64 streamReadings_ = 0; // reading slots passed since then, made or skipped
 
     bool silent_ = false;

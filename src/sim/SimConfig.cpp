@@ -74,6 +74,32 @@ std::optional<AnswerFault> answerFaultFromName(const QString& name)
     return std::nullopt;
 }
 
+std::optional<SimProfile> simProfileFromName(const QString& name)
+{
+    const QString n = name.trimmed().toLower();
+    if (n == QLatin1String("site"))
+        return SimProfile::Site;
+    if (n == QLatin1String("flat"))
+        return SimProfile::Flat;
+    if (n == QLatin1String("steps"))
+        return SimProfile::Steps;
+    return std::nullopt;
+}
+
+std::optional<double> parseSimRate(const QString& text, QString* error)
+{
+    bool ok = false;
+    const double rate = text.trimmed().toDouble(&ok);
+    if (ok && rate >= kMinSimRate && rate <= kMaxSimRate)
+        return rate;
+    if (error)
+        *error = QStringLiteral("the rate must be %1 to %2 readings per second, not \"%3\"")
+                     .arg(kMinSimRate)
+                     .arg(kMaxSimRate)
+                     .arg(text);
+    return std::nullopt;
+}
+
 std::optional<LineFault> lineFaultFromName(const QString& name)
 {
     static const struct

@@ -46,6 +46,26 @@ enum class LineFault
 // "silent", "short-serial", "wrong-check", "wrong-start", "short-reply", "late".
 std::optional<LineFault> lineFaultFromName(const QString& name);
 
+// What the simulated methane does over time: "site", a believable boiler
+// room (a background near 2 ppm, a leak plume of a few hundred ppm every
+// minute or two); "flat", the background alone; "steps", short plumes just
+// over the two alarm thresholds every 40..120 readings.
+enum class SimProfile
+{
+    Site,
+    Flat,
+    Steps
+};
+
+std::optional<SimProfile> simProfileFromName(const QString& name);
+
+// Readings a second a simulated analyzer can stream, the same for the
+// station's --sim-rate and velmora-sim's --rate.
+inline constexpr double kMinSimRate = 0.01;
+inline constexpr double kMaxSimRate = 20000.0;
+// Parses a rate in those bounds; nullopt (and a reason in *error) otherwise.
+std::optional<double> parseSimRate(const QString& text, QString* error = nullptr);
+
 // Everything a simulated line is started with. An empty address list means one
 // streaming analyzer; a non-empty one means an RS-485 line of addressed analyzers.
 struct SimConfig
@@ -53,6 +73,7 @@ struct SimConfig
     AnalyzerType type = AnalyzerType::ZepD;
     int baud = 9600;
     double readingsPerSecond = 1.0;
+    SimProfile profile = SimProfile::Steps;
     QList<int> addresses;
     // Seed of the concentration traces; without one every run differs.
     std::optional<quint32> seed;

@@ -10,8 +10,9 @@
 // carry their bus address 0..255.
 struct SimUnit
 {
-    SimUnit(int address, QByteArray serial, quint32 seed)
-        : address(address), serial(std::move(serial)), ch4(seed * 2654435761u + 1u),
+    SimUnit(int address, QByteArray serial, quint32 seed, SimProfile profile)
+        : address(address), serial(std::move(serial)),
+          ch4(seed * 2654435761u + 1u, SimTrace::methane(profile)),
           co2(seed * 2246822519u + 7u, SimTrace::carbonDioxide())
     {
     }

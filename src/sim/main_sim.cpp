@@ -73,11 +73,16 @@ SimConfig configFrom(const QCommandLineParser& cli)
     if (cli.isSet("baud"))
         c.baud = intOption(cli, "baud", 50, 4000000);
     if (cli.isSet("rate")) {
-        bool ok = false;
-        c.readingsPerSecond = cli.value("rate").toDouble(&ok);
-        if (!ok || c.readingsPerSecond < 0.01 || c.readingsPerSecond > 100)
-            fail(QStringLiteral("--rate must be 0.01 to 100 readings per second"));
+        QString why;
+        const auto rate = parseSimRate(cli.value("rate"), &why);
+        if (!rate)
+            fail(QStringLiteral("--rate: ") + why);
+        c.readingsPerSecond = *rate;
     }
+    const auto profile = simProfileFromName(cli.value("profile"));
+    if (!profile)
+        fail(QStringLiteral("--profile must be site, flat or steps"));
+    c.profile = *profile;
     if (cli.isSet("rs485")) {
         QString why;
         const auto list = parseAddressList(cli.value("rs485"), &why);
@@ -141,7 +146,16 @@ int main(int argc, char** argv)
         {"type", "Analyzer model: ZEP-C (records end CR LF) or ZEP-D (LF CR); default ZEP-D.",
          "model", "ZEP-D"},
         {"baud", "Line speed that paces the bytes (10 bits a byte); default 9600.", "baud", "9600"},
-        {"rate", "Readings per second while streaming; default 1.", "per-second", "1.0"},
+        {"rate",
+         QStringLiteral("Readings per second while streaming, %1 to %2; default 1.")
+             .arg(kMinSimRate)
+             .arg(kMaxSimRate),
+         "per-second", "1.0"},
+        {"profile",
+         "What the methane does: site (about 2 ppm, a leak plume of a few hundred ppm every "
+         "minute or two), flat (the background alone) or steps (short plumes just over the "
+         "two alarm thresholds); default site.",
+         "profile", "site"},
         {"rs485", "RS-485 line of analyzers at these addresses, e.g. 1,2,10-12.", "addresses"},
         {"seed", "Seed of the concentration traces (same seed, same readings).", "n"},
         {"garble-every", "Put a non-digit into every Nth record.", "n"},

@@ -94,4 +94,47 @@ private Q_SLOTS:
         };
         QVERIFY(above(50) > above(80) && above(80) > 0 && above(50) < 120);
     }
+
+    void profiles_data()
+    {
+        QTest::addColumn<int>("profile");
+        QTest::addColumn<int>("minEpisodes"); // rises over the second threshold (80)
+        QTest::addColumn<int>("minPeak");
+        QTest::addColumn<int>("maxPeak");
+        QTest::addColumn<double>("firstBy"); // seconds by which the first one has come
+        // Ten minutes at two readings a second: a leak every one to two
+        // minutes, of hundreds of ppm, the first within the first minute.
+        QTest::newRow("site") << int(SimProfile::Site) << 5 << 1500 << 6000 << 55.0;
+        QTest::newRow("flat") << int(SimProfile::Flat) << 0 << 0 << 49 << 0.0;
+    }
+    void profiles()
+    {
+        QFETCH(int, profile);
+        QFETCH(int, minEpisodes);
+        QFETCH(int, minPeak);
+        QFETCH(int, maxPeak);
+        QFETCH(double, firstBy);
+        for (quint32 seed : {1u, 7u, 4242u}) {
+            SimTrace t(seed, SimTrace::methane(SimProfile(profile)));
+            QList<int> v;
+            int episodes = 0;
+            double first = -1;
+            for (int i = 0; i < 1200; ++i) {
+                v << t.next(i * 0.5);
+                if (v.size() > 1 && v.last() > 80 && v[v.size() - 2] <= 80) {
+                    ++episodes;
+                    if (first < 0)
+                        first = i * 0.5;
+                }
+            }
+            QVERIFY2(episodes >= minEpisodes && episodes <= minEpisodes + 6,
+                     qPrintable(QString::number(episodes)));
+            if (firstBy > 0)
+                QVERIFY2(first >= 20 && first <= firstBy, qPrintable(QString::number(first)));
+            const int peak = *std::max_element(v.begin(), v.end());
+            QVERIFY2(peak >= minPeak && peak <= maxPeak, qPrintable(QString::number(peak)));
+            std::sort(v.begin(), v.end());
+            QVERIFY2(v[600] >= 12 && v[600] <= 30, qPrintable(QString::number(v[600])));
+        }
+    }
 };
