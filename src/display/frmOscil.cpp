@@ -2,6 +2,7 @@
 
 #include "display/MyPict.h"
 #include "display/PictLine.h"
+#include "display/TimeLabels.h"
 #include "display/YLabelColumn.h"
 #include "station/Notifier.h"
 #include "station/Station.h"
@@ -78,8 +79,10 @@ void frmOscil::buildUi()
 
     auto* top = new QVBoxLayout(this);
     top->setContentsMargins(4, 4, 4, 4);
+    top->setSpacing(2);
     top->addLayout(bar);
     top->addLayout(body, 1);
+    top->addWidget(new TimeLabels(arrays_, *pict_, this));
 
     lnY1_ = new PictLine(QStringLiteral("lnY1"), QColor(255, 140, 0), *pict_);
     lnY2_ = new PictLine(QStringLiteral("lnY2"), QColor(220, 0, 0), *pict_);

@@ -2,7 +2,7 @@
 // operator's zoom and pan. The painting is in RecordPlotPaint.cpp.
 #include "recording/RecordPlot.h"
 
-#include "recording/TimeAxis.h"
+#include "display/TimeAxis.h"
 
 #include <QDateTime>
 #include <QKeyEvent>

@@ -2,7 +2,7 @@
 // lines, the traces column by column, alarm marks, legend, the range being
 // marked and the cursor with its read-out.
 #include "recording/RecordPlot.h"
-#include "recording/TimeAxis.h"
+#include "display/TimeAxis.h"
 
 #include <QPainter>
 #include <QPainterPath>

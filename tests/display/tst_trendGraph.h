@@ -3,6 +3,7 @@
 #pragma once
 
 #include "GraphFixture.h"
+#include "display/TimeLabels.h"
 #include "display/TraceRender.h"
 
 #include <QCheckBox>
@@ -190,5 +191,51 @@ private Q_SLOTS:
         const int peak = int(std::lround(m.px(points / 4) * 2));
         QCOMPARE(img.pixelColor(peak, 19), black);
         QVERIFY(img.pixelColor(peak, 15) != black);
+    }
+
+    // The time labels under the picture: each at the place of its time among
+    // the points held (a point late by five seconds stretches its stretch),
+    // and carried on at the points' pace over the empty part of the screen.
+    void timeLabels()
+    {
+        RecordingNotifier n;
+        SampleArrays a(100);
+        const QDateTime t0(QDate(2026, 11, 25), QTime(10, 0, 0));
+        auto at = [&](double s) { return toOleDate(t0.addMSecs(qint64(s * 1000))); };
+        QList<double> seconds;
+        for (int i = 0; i < 40; ++i)
+            seconds << (i < 20 ? i : i + 5.0);
+        for (double s : seconds)
+            a.addPoint(10, at(s), n);
+        MyPict pict;
+        pict.setTrace(&a);
+        pict.setAxes(GraphAxes::linear(100, 1000));
+        pict.resize(1000, 200);
+        TimeLabels strip(a, pict);
+        const QList<TimeLabels::Label> labels = strip.labels();
+        QVERIFY2(labels.size() >= 5, qPrintable(QString::number(labels.size())));
+        const GraphMapping m = pict.mapping();
+        double lastX = -1;
+        for (const TimeLabels::Label& l : labels) {
+            const QTime time = QTime::fromString(l.text, QStringLiteral("HH:mm:ss"));
+            QVERIFY2(time.isValid(), qPrintable(l.text));
+            const double s = QTime(10, 0).secsTo(time);
+            // Where that time falls among the points, or beyond the last one.
+            double index = s; // points 0..19 a second apart
+            if (s > 19 && s < 25)
+                index = 19 + (s - 19) / 6; // the late point's stretch
+            else if (s >= 25 && s <= 44)
+                index = s - 5;
+            else if (s > 44)
+                index = 39 + (s - 44) * 39.0 / 44.0; // 44 s over 39 steps
+            QVERIFY2(std::abs(l.x - m.px(index)) < 0.5,
+                     qPrintable(
+                         QStringLiteral("%1 at %2, not %3").arg(l.text).arg(l.x).arg(m.px(index))));
+            QVERIFY(l.x > lastX);
+            lastX = l.x;
+        }
+        QVERIFY(lastX > m.px(39)); // some past the last point
+        a.restart();
+        QVERIFY(strip.labels().isEmpty());
     }
 };

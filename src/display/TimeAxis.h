@@ -3,11 +3,11 @@
 #include <QString>
 #include <QVector>
 
-// The record viewer's time axis: where its labelled ticks go and what they
-// read, in local time. The step is the shortest of 1, 2, 5, 10, 15 and 30
-// seconds, 1, 2, 5, 10, 15 and 30 minutes, 1, 2, 3, 6 and 12 hours, 1, 2 and 7
-// days (then whole weeks) that keeps the labels `minSpacingPx` apart. Ticks
-// fall on round local clock times (14:05, 14:10...) and on local midnights.
+// A time axis, for the trend graphs and the record viewer: where its
+// labelled ticks go and what they read, in local time. The step is the shortest of 1, 2, 5, 10, 15
+// and 30 seconds, 1, 2, 5, 10, 15 and 30 minutes, 1, 2, 3, 6 and 12 hours, 1, 2 and 7 days (then
+// whole weeks) that keeps the labels `minSpacingPx` apart. Ticks fall on round local clock times
+// (14:05, 14:10...) and on local midnights.
 namespace TimeAxis {
 
 struct Tick

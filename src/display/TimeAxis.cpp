@@ -1,4 +1,4 @@
-#include "recording/TimeAxis.h"
+#include "display/TimeAxis.h"
 
 #include <QDateTime>
 #include <array>
