@@ -38,6 +38,9 @@ void AlarmWindows::showComment()
 {
     if (!comment_)
         return;
+    // It comes to the front without taking the keyboard from what the
+    // operator is typing elsewhere.
+    comment_->setAttribute(Qt::WA_ShowWithoutActivating);
     comment_->show();
     comment_->raise();
 }

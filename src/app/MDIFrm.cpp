@@ -18,12 +18,15 @@
 #include <QComboBox>
 #include <QDir>
 #include <QHBoxLayout>
+#include <QIcon>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QShortcut>
 #include <QStatusBar>
+#include <QStyle>
 #include <QToolBar>
 
 MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
@@ -155,6 +158,11 @@ void MDIFrm::buildMenus()
             &MDIFrm::mnuContents_Click);
     connect(addItem(help, "mnuAbout", QStringLiteral("About Velmora")), &QAction::triggered, this,
             [this] { Tbr1_ButtonClick(QStringLiteral("About")); });
+    // "Help" keeps its caption without a marked letter; Alt+H opens it all the same.
+    auto* openHelp = new QShortcut(QKeySequence(Qt::ALT | Qt::Key_H), this);
+    openHelp->setObjectName(QStringLiteral("scHelp"));
+    connect(openHelp, &QShortcut::activated, this,
+            [this, help] { menuBar()->setActiveAction(help->menuAction()); });
 
     // The value menu has no caption of its own: it opens from the right mouse
     // button over the frame's window area, and its item has a shortcut.
@@ -179,37 +187,51 @@ void MDIFrm::buildToolbar()
 {
     tbr1_ = addToolBar(QStringLiteral("Toolbar"));
     tbr1_->setObjectName(QStringLiteral("Tbr1"));
-    tbr1_->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    // Icons, from the desktop's theme or else Qt's own; the captions are the
+    // buttons' tool tips, and a key without an icon shows its caption.
+    tbr1_->setToolButtonStyle(Qt::ToolButtonIconOnly);
     struct Key
     {
         const char* key;
         const char* caption;
         const char* tip;
-        bool ready;
+        const char* icon;
+        QStyle::StandardPixmap fallback;
     };
     static constexpr Key kKeys[] = {
-        {"Find", "Find", "Find the analyzers on the RS-485 line", true},
-        {"Run", "Run", "Start reading the analyzer", true},
-        {"Stop", "Stop", "Stop reading the analyzer", true},
-        {"Send", "Send", "Send the text of the send line, followed by CR", true},
-        {"Write", "&Write", "Start or end recording to the data files", true},
-        {"Graph", "Graph", "Show or close the trend graph", true},
-        {"Diagram", "Diagram", "Show or close the bar diagram", true},
-        {"Table", "Table", "Show or close the table of readings", true},
-        {"Digital", "Digital", "Show or close the large digital value", true},
-        {"Set", "Set", "Port and polling settings", true},
-        {"Exit", "Exit", "Close the station", true},
-        {"Z", "Z", "Set the analyzer's zero position to the Z-pos value", true},
-        {"Z0", "Z0", "Set the analyzer's zero position to 0000", true},
-        {"ZT", "ZT", "Read the analyzer's zero position", true},
+        {"Find", "Find", "Find the analyzers on the RS-485 line", "edit-find",
+         QStyle::SP_FileDialogContentsView},
+        {"Run", "Run", "Start reading the analyzer", "media-playback-start", QStyle::SP_MediaPlay},
+        {"Stop", "Stop", "Stop reading the analyzer", "media-playback-stop", QStyle::SP_MediaStop},
+        {"Send", "Send", "Send the text of the send line, followed by CR", "mail-send",
+         QStyle::SP_ArrowRight},
+        {"Write", "&Write", "Start or end recording to the data files", "media-record",
+         QStyle::SP_DialogSaveButton},
+        {"Graph", "Graph", "Show or close the trend graph", "utilities-system-monitor",
+         QStyle::SP_FileDialogDetailedView},
+        {"Diagram", "Diagram", "Show or close the bar diagram", "x-office-presentation",
+         QStyle::SP_FileDialogListView},
+        {"Table", "Table", "Show or close the table of readings", "x-office-spreadsheet",
+         QStyle::SP_FileDialogInfoView},
+        {"Digital", "Digital", "Show or close the large digital value", "accessories-calculator",
+         QStyle::SP_DesktopIcon},
+        {"Set", "Set", "Port and polling settings", "preferences-system", QStyle::SP_ComputerIcon},
+        {"Exit", "Exit", "Close the station", "application-exit", QStyle::SP_DialogCloseButton},
+        {"Z", "Z", "Set the analyzer's zero position to the Z-pos value", nullptr,
+         QStyle::SP_CustomBase},
+        {"Z0", "Z0", "Set the analyzer's zero position to 0000", nullptr, QStyle::SP_CustomBase},
+        {"ZT", "ZT", "Read the analyzer's zero position", nullptr, QStyle::SP_CustomBase},
     };
     for (const Key& k : kKeys) {
         const QString key = QLatin1String(k.key);
         QAction* a = tbr1_->addAction(QLatin1String(k.caption));
         a->setObjectName(QStringLiteral("Tbr1_") + key);
         a->setData(key);
-        a->setToolTip(QLatin1String(k.tip));
-        a->setEnabled(k.ready);
+        if (k.icon)
+            a->setIcon(QIcon::fromTheme(QLatin1String(k.icon), style()->standardIcon(k.fallback)));
+        // The tool tip is the caption (it follows "&Write"/"End"); what the
+        // key does shows in the status bar.
+        a->setStatusTip(QLatin1String(k.tip));
         keys_.insert(key, a);
         connect(a, &QAction::triggered, this, [this, key] { Tbr1_ButtonClick(key); });
     }

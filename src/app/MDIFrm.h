@@ -54,6 +54,9 @@ public:
     void applyLayout();
     // Takes the current places of the frame and its windows into the station's layout.
     void collectLayout();
+    // Gives the frame its place again now that its frame is known, keeps it
+    // whole on the screen, and places the value window.
+    void placeWindows();
 
     // Menu and toolbar operations.
     void mnuExit_Click();
@@ -117,6 +120,7 @@ private:
     void openMonitor();
     // Enables the commands by the line's state and what was received.
     void updateCommandPanel();
+    void placeValueWindow();
     // True when the polling timer's exchange holds the line; `again` then
     // runs as soon as it lets go, so the operator's command is not refused.
     bool deferredWhilePolled(std::function<void()> again);

@@ -1,6 +1,7 @@
 // Menu, toolbar and lifetime operations of the main frame.
 #include "alarms/frmAlarm.h"
 #include "app/MDIFrm.h"
+#include "app/ScreenPlace.h"
 #include "app/frmAbout.h"
 #include "app/frmCOM.h"
 #include "app/frmPathA.h"
@@ -30,6 +31,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QScreen>
+#include <QTimer>
 
 void MDIFrm::tile(Qt::Orientation direction)
 {
@@ -48,21 +50,50 @@ void MDIFrm::tile(Qt::Orientation direction)
 void MDIFrm::applyLayout()
 {
     const Layout& l = st_.layout;
+    // Before the frame is first shown its window manager's margins are not
+    // known yet: placeWindows() gives the place again once they are.
     move(fromTwips(l.mdiLeft), fromTwips(l.mdiTop));
     resize(fromTwips(l.mdiWidth), fromTwips(l.mdiHeight));
-    val_->move(fromTwips(l.valLeft), fromTwips(l.valTop));
+    placeValueWindow();
+    if (isVisible())
+        placeWindows();
+}
+
+void MDIFrm::placeWindows()
+{
+    const Layout& l = st_.layout;
+    const QPoint saved(fromTwips(l.mdiLeft), fromTwips(l.mdiTop));
+    if (frameGeometry().topLeft() != saved)
+        move(saved);
+    keepOnScreen(this);
+    placeValueWindow();
+}
+
+void MDIFrm::placeValueWindow()
+{
+    const Layout& l = st_.layout;
+    if (l.valPlaced) {
+        val_->move(fromTwips(l.valLeft), fromTwips(l.valTop));
+        if (val_->isVisible())
+            keepOnScreen(val_);
+        return;
+    }
+    const QRect frame = frameGeometry();
+    val_->move(defaultValuePlace(frame, val_->frameGeometry().size(), availableFor(frame)));
 }
 
 void MDIFrm::collectLayout()
 {
     Layout& l = st_.layout;
-    const QRect g = frameGeometry();
+    // A frame whose title bar went off the screen is saved where it can be reached.
+    const QRect g = keptOnScreen(frameGeometry(), availableFor(frameGeometry()));
     l.mdiLeft = toTwips(g.left());
     l.mdiTop = toTwips(g.top());
     l.mdiWidth = toTwips(width());
     l.mdiHeight = toTwips(height());
     l.valLeft = toTwips(val_->x());
     l.valTop = toTwips(val_->y());
+    l.valPlaced = true;
     collectGraphLayout();
 }
 
@@ -81,6 +112,7 @@ void MDIFrm::mnuReadConf_Click()
     l.mdiHeight = 8000;
     l.valLeft = 0;
     l.valTop = 360;
+    l.valPlaced = false;
     l.scaleYIndex = 4;
     l.scaleYIndexAdd = 4;
     l.scaleXIndex = 7;
@@ -251,6 +283,10 @@ void MDIFrm::showEvent(QShowEvent* e)
     if (!activated_) {
         activated_ = true;
         MDIForm_Activate();
+        // The window manager puts its frame around the window after it is
+        // shown; the saved place is then given again, by the frame.
+        QTimer::singleShot(200, this, &MDIFrm::placeWindows);
+        QTimer::singleShot(1000, this, &MDIFrm::placeWindows);
     }
 }
 

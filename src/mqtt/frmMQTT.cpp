@@ -62,7 +62,7 @@ frmMQTT::frmMQTT(MqttPublisher& publisher, QWidget* parent) : QDialog(parent), p
     form->addRow(QStringLiteral("&Client ID:"), txtClientId_);
     form->addRow(QStringLiteral("&User:"), txtUser_);
     form->addRow(QStringLiteral("Pass&word:"), txtPassword_);
-    form->addRow(QStringLiteral("C&A File:"), ca);
+    form->addRow(QStringLiteral("CA &File:"), ca);
 
     auto* state = new QLabel(publisher.stateText(), this);
     state->setObjectName(QStringLiteral("lblState"));

@@ -111,6 +111,10 @@ void ReadSettings(Station& st)
     readMdi(Ini::MDIHeight, l.mdiHeight, 8000);
     readInt(Ini::SecPositions, QLatin1String(Ini::frmValLeft), l.valLeft);
     readInt(Ini::SecPositions, QLatin1String(Ini::frmValTop), l.valTop);
+    // The value window's own default place applies until a place is saved.
+    l.valPlaced = l.valPlaced ||
+                  !read(Ini::SecPositions, QLatin1String(Ini::frmValLeft)).isEmpty() ||
+                  !read(Ini::SecPositions, QLatin1String(Ini::frmValTop)).isEmpty();
     readPlace("W1", l.w1);
     readPlace("W2", l.w2);
 

@@ -34,8 +34,9 @@ struct Layout
     int mdiHeight = 8000;
     int valLeft = 0;
     int valTop = 360;
-    WindowPlace w1; // main graph window
-    WindowPlace w2; // added graph window
+    bool valPlaced = false; // the value window's place came from the settings or a save
+    WindowPlace w1;         // main graph window
+    WindowPlace w2;         // added graph window
     int scaleYIndex = 4;
     int scaleYIndexAdd = 4;
     int scaleXIndex = 7;

@@ -35,6 +35,11 @@ private Q_SLOTS:
     void alarmReachesWindowsAndFiles();
     void typeChangeAndExitStop();
     void comPortChangeReopens();
+    void keptOnScreen_data();
+    void keptOnScreen();
+    void valueWindowDefault_data();
+    void valueWindowDefault();
+    void placesDoNotDrift();
 };
 
 class CommandPanelTest : public FreshConfigTest

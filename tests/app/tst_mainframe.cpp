@@ -3,6 +3,7 @@
 #include "StationRig.h"
 #include "alarms/AlarmCheck.h"
 #include "app/MDIFrm.h"
+#include "app/ScreenPlace.h"
 #include "app/frmCOM.h"
 #include "app/frm_txt.h"
 #include "app/twips.h"
@@ -257,4 +258,78 @@ void MainFrameTest::comPortChangeReopens()
     dlg.findChild<QPushButton*>(QStringLiteral("cmdSave"))->click();
     QCOMPARE(ReadIni("COMPORTS", "NCOM", "Tervala.ini"), QStringLiteral("3"));
     QCOMPARE(ReadIni("INTERVAL", "TIMER", "Tervala.ini"), QStringLiteral("4"));
+}
+
+void MainFrameTest::keptOnScreen_data()
+{
+    QTest::addColumn<QRect>("frame");
+    QTest::addColumn<QRect>("kept");
+    const QRect screen(0, 0, 1280, 800);
+    QTest::newRow("whole on it") << QRect(10, 10, 600, 400) << QRect(10, 10, 600, 400);
+    QTest::newRow("title bar above the top") << QRect(3, -17, 600, 400) << QRect(3, 0, 600, 400);
+    QTest::newRow("past the bottom") << QRect(100, 215, 1000, 600) << QRect(100, 200, 1000, 600);
+    QTest::newRow("from a wider desk") << QRect(2500, 300, 600, 400) << QRect(680, 300, 600, 400);
+    QTest::newRow("bigger than the screen") << QRect(-50, -50, 1400, 900) << screen;
+}
+
+void MainFrameTest::keptOnScreen()
+{
+    QFETCH(QRect, frame);
+    QTEST(::keptOnScreen(frame, QRect(0, 0, 1280, 800)), "kept");
+}
+
+// Without a saved place the value window stays clear of the frame's menus,
+// toolbars and the graphs' scale boxes, on a small screen too.
+void MainFrameTest::valueWindowDefault_data()
+{
+    QTest::addColumn<QRect>("screen");
+    QTest::addColumn<QRect>("frame");
+    QTest::newRow("room beside") << QRect(0, 0, 1024, 768) << QRect(3, 3, 667, 560);
+    QTest::newRow("no room beside") << QRect(0, 0, 1024, 768) << QRect(0, 0, 1024, 740);
+    QTest::newRow("wide screen") << QRect(0, 0, 1920, 1080) << QRect(3, 3, 1300, 900);
+}
+
+void MainFrameTest::valueWindowDefault()
+{
+    QFETCH(QRect, screen);
+    QFETCH(QRect, frame);
+    const QSize value(110, 44);
+    const QRect at(defaultValuePlace(frame, value, screen), value);
+    QVERIFY(screen.contains(at));
+    // Menus, the toolbar, the command panel and the scale boxes take the
+    // frame's top 160 pixels.
+    QVERIFY2(!at.intersects(QRect(frame.topLeft(), QSize(frame.width(), 160))),
+             qPrintable(QStringLiteral("%1,%2").arg(at.x()).arg(at.y())));
+}
+
+// Ten save-and-start cycles leave the frame and the value window where
+// they were: what is saved is what is restored.
+void MainFrameTest::placesDoNotDrift()
+{
+    StationRig r;
+    Layout& l = r.st.layout;
+    // The offscreen screen is 800 wide, narrower than the frame: it starts
+    // at the left edge, where it is kept.
+    l.mdiLeft = 0;
+    l.mdiTop = toTwips(30);
+    Layout first;
+    for (int i = 0; i < 10; ++i) {
+        MDIFrm f(r.st);
+        f.applyLayout();
+        f.valueWindow()->show();
+        f.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&f));
+        f.placeWindows();
+        f.collectLayout();
+        f.valueWindow()->hide();
+        if (i == 0)
+            first = l; // the frame's own minimum size may have widened it once
+    }
+    QCOMPARE(QList<int>({l.mdiLeft, l.mdiTop, l.mdiWidth, l.mdiHeight}),
+             QList<int>({first.mdiLeft, first.mdiTop, first.mdiWidth, first.mdiHeight}));
+    QVERIFY(l.valPlaced);
+    const QPoint value(l.valLeft, l.valTop);
+    MDIFrm f(r.st);
+    f.applyLayout();
+    QCOMPARE(QPoint(toTwips(f.valueWindow()->x()), toTwips(f.valueWindow()->y())), value);
 }
