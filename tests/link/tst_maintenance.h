@@ -279,9 +279,12 @@ private Q_SLOTS:
     void customerId_data()
     {
         QTest::addColumn<bool>("silent");
+        QTest::addColumn<int>("replyLen");
         QTest::addColumn<QString>("readBack");
-        QTest::newRow("written and read back") << false << "AB12          ";
-        QTest::newRow("silent analyzer") << true << "Time Out";
+        QTest::newRow("written and read back") << false << 14 << "AB12          ";
+        QTest::newRow("silent analyzer") << true << 14 << "Time Out";
+        // A read-back that waits for the CR too still shows the 14 characters.
+        QTest::newRow("reply length 15") << false << 15 << "AB12          ";
     }
 
     void customerId()
@@ -290,6 +293,8 @@ private Q_SLOTS:
         SimConfig config;
         config.answers = silent ? AnswerFault::Silent : AnswerFault::None;
         SimRig r(config);
+        QFETCH(int, replyLen);
+        r.st.userIdReplyLen = replyLen;
         frmCUST dlg(r.st);
         auto* id = dlg.findChild<QLineEdit*>(QStringLiteral("txtCUSTN"));
         QString shownWhileWaiting;
