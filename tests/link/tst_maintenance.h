@@ -139,7 +139,7 @@ private Q_SLOTS:
         QTest::newRow("set 5, other value confirmed")
             << false << "5" << QByteArray("A0007 0123\r") << QByteArray("AMB 0005\r") << "5"
             << "0123" << 7 << QStringList{"Ошибка установки ZPos"}
-            << "Send AMB 0005<CR> Reply A0007 0123<CR> SEND <> REPLY";
+            << "Send AMB 0005<CR> Reply A0007 0123<CR>";
         QTest::newRow("answer not starting with A")
             << false << "5" << QByteArray("B0005 0123\r") << QByteArray("AMB 0005\r") << "5"
             << "old" << 0 << quiet << "Send AMB 0005<CR>";
@@ -248,6 +248,9 @@ private Q_SLOTS:
         row("full stop first", ".5", "5", {"Bad Data"}, "5");
         row("100 kept", "100", "100", {}, "100");
         row("100.5 cleared silently", "100.5", "", {}, "");
+        row("a blank before 150", " 150", "", {}, "");
+        row("a sign before 150", "+150", "", {}, "");
+        row("1e3 is 1000", "1e3", "", {}, "");
         row("comma sent as a full stop", "2,5", "2,5", {}, "2.5");
         row("cut to five", "12.345", "12.34", {}, "12.34");
         row("0. keeps six", "0.1234", "0.1234", {}, "0.1234");
