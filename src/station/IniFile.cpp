@@ -94,7 +94,12 @@ Line parseLine(const QByteArray& raw, const QByteArray& eol, bool legacy)
     if (eq > 0) {
         l.isKey = true;
         l.key = trimmedBlank(t.left(eq));
-        l.value = trimmedBlank(t.mid(eq + 1));
+        // The profile functions hand the value over as a C string: it ends
+        // at its first NUL byte.
+        QByteArray value = t.mid(eq + 1);
+        if (const qsizetype nul = value.indexOf('\0'); nul >= 0)
+            value.truncate(nul);
+        l.value = trimmedBlank(value);
         l.name = decoded(l.key, legacy);
     }
     return l;
