@@ -86,7 +86,7 @@ CommandReply ProcessZEPA(Station& st, int index, bool& keepOpen)
         command = c.init;
     } else if (caption == QLatin1String("CALIBR")) {
         if (!st.calibrationConc.isEmpty())
-            command = c.calibration + ' ' + st.calibrationConc.toLatin1() + kCR;
+            command = c.calibration + ' ' + toCp1251(st.calibrationConc) + kCR;
     } else if (caption == QLatin1String("CUST")) {
         command = c.readUserId;
         end = AnswerEnd::Count;
@@ -144,7 +144,7 @@ UserIdResult WriteUserId(Station& st, const QString& text)
             r.refused = true;
             return r;
         }
-        const QByteArray id = text.toLatin1().left(kUserIdLen).leftJustified(kUserIdLen, ' ');
+        const QByteArray id = toCp1251(text).left(kUserIdLen).leftJustified(kUserIdLen, ' ');
         const zep_cmnd::Commands c = zep_cmnd::buildCommands(st.deviceType);
         r.sent = c.writeUserId + ' ' + id + kCR;
         port.Output(r.sent);
@@ -160,8 +160,9 @@ UserIdResult WriteUserId(Station& st, const QString& text)
             [&](const StreamSplitter& s) { return s.answer().size() >= st.userIdReplyLen; },
             &complete);
         r.timedOut = !complete;
+        // The box shows the identifier, whatever else the reply length takes in.
         if (complete)
-            r.readBack = QString::fromLatin1(answer.left(st.userIdReplyLen));
+            r.readBack = fromCp1251(answer.left(kUserIdLen));
         const QString sent = readableBytes(r.sent) + QLatin1Char(' ') + readableBytes(c.readUserId);
         st.notifier().status(
             0, complete ? QStringLiteral("Send %1 Reply %2").arg(sent, readableBytes(answer))

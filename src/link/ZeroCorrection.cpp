@@ -100,11 +100,13 @@ bool MakeZCorr(Station& st, ZeroFields& fields, QString& echo)
     echo = a.second;
     const int confirmed = leadingNumber(a.zero);
     st.setZero(confirmed);
-    const QString shown =
-        QStringLiteral("Send %1 Reply %2").arg(readableBytes(command), readableBytes(a.reply));
     if (leadingNumber(fields.z) != confirmed) {
+        // The message box says what went wrong; the status panel keeps the
+        // plain record of the exchange.
         st.notifier().message(QStringLiteral("Ошибка установки ZPos"));
-        st.notifier().status(0, shown + QStringLiteral(" SEND <> REPLY"));
+        st.notifier().status(
+            0,
+            QStringLiteral("Send %1 Reply %2").arg(readableBytes(command), readableBytes(a.reply)));
         return false;
     }
     return true;

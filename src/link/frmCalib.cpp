@@ -7,21 +7,18 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QRegularExpression>
 
 namespace {
-// The numeric value of the text's leading number ("12.5abc" is 12.5, "2,5" is 2).
+// The numeric value of the number the text starts with, as a classic Val()
+// reads it: leading blanks, a sign, digits with one full stop and an
+// exponent count, whatever follows does not (" +1.5e2x" is 150, "2,5" is 2).
 double leadingValue(const QString& text)
 {
-    qsizetype n = 0;
-    bool point = false;
-    for (; n < text.size(); ++n) {
-        const QChar c = text[n];
-        if (c == QLatin1Char('.') && !point)
-            point = true;
-        else if (!c.isDigit())
-            break;
-    }
-    return text.left(n).toDouble();
+    static const QRegularExpression number(
+        QStringLiteral("^\\s*[+-]?(\\d+\\.?\\d*|\\.\\d+)([eE][+-]?\\d+)?"));
+    const QRegularExpressionMatch m = number.match(text);
+    return m.hasMatch() ? m.captured(0).trimmed().toDouble() : 0.0;
 }
 } // namespace
 

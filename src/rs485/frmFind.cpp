@@ -23,6 +23,7 @@
 #include <QTableWidget>
 #include <QToolTip>
 #include <QVBoxLayout>
+#include <cmath>
 
 namespace {
 QString threeDigits(int n)
@@ -199,11 +200,14 @@ void frmFind::saveScaleY()
     bool ok = false;
     const int entry = cmbScaleY_->currentIndex();
     const double value = cmbScaleY_->currentText().trimmed().toDouble(&ok);
-    if (entry < 0 || entry > 9 || !ok || value <= 0)
+    // The key holds a whole number, written out in full ("1234567", never
+    // "1.23457e+06"); a value that rounds to 0 would be ignored when read.
+    if (entry < 0 || entry > 9 || !ok || !(value >= 0.5) || value >= 2147483647.5)
         return;
-    st_.scaleY[size_t(entry)] = value;
+    const qint64 whole = std::llround(value);
+    st_.scaleY[size_t(entry)] = double(whole);
     WriteIni(QLatin1String(Ini::SecScales), QLatin1String(Ini::SCALEY) + QString::number(entry),
-             QString::number(value), QLatin1String(Ini::File));
+             QString::number(whole), QLatin1String(Ini::File));
 }
 
 void frmFind::showEvent(QShowEvent* e)

@@ -163,7 +163,7 @@ void frmFind::cmdSend_Click()
     txtReply_->clear();
     replyBytes_.clear();
     const QString command = cmbComand_->currentText();
-    QByteArray bytes = command.toLatin1();
+    QByteArray bytes = toCp1251(command);
     if (chkCR_->isChecked())
         bytes += '\r';
     lblSend_->setText(command);

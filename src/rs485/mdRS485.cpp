@@ -3,6 +3,7 @@
 
 #include "rs485/LineMonitor.h"
 #include "rs485/Waits.h"
+#include "station/ByteText.h"
 #include "station/CommPort.h"
 #include "station/Notifier.h"
 #include "station/Station.h"
@@ -13,7 +14,7 @@ bool SendVal(Station& st, const QString& text, CommPort& port)
 {
     if (!port.PortOpen())
         return false;
-    const QByteArray bytes = text.toLatin1();
+    const QByteArray bytes = toCp1251(text);
     port.discardInput(); // stale bytes are no part of the reply
     if (!port.Output(bytes)) {
         st.notifier().status(0, QStringLiteral("SendVal error ") + QStringLiteral("write failed"));

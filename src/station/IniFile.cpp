@@ -1,5 +1,7 @@
 #include "station/IniFile.h"
 
+#include "station/ByteText.h"
+
 #include <QByteArrayList>
 #include <QDir>
 #include <QFile>
@@ -8,7 +10,6 @@
 #include <QStandardPaths>
 #include <QStringDecoder>
 #include <algorithm>
-#include <iterator>
 #include <optional>
 
 namespace {
@@ -17,55 +18,6 @@ constexpr int kReadChars = 127; // the 128-character read buffer less its termin
 
 constexpr char kUtf8Bom[] = "\xEF\xBB\xBF";
 constexpr char kNewFileEol[] = "\r\n";
-
-// Windows-1251 (Cyrillic), bytes 0x80..0xFF. 0x98 has no character and stands for U+0098,
-// as Windows decodes it.
-constexpr char16_t kCp1251[128] = {
-    0x0402, 0x0403, 0x201A, 0x0453, 0x201E, 0x2026, 0x2020, 0x2021, // 0x80
-    0x20AC, 0x2030, 0x0409, 0x2039, 0x040A, 0x040C, 0x040B, 0x040F, // 0x88
-    0x0452, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, // 0x90
-    0x0098, 0x2122, 0x0459, 0x203A, 0x045A, 0x045C, 0x045B, 0x045F, // 0x98
-    0x00A0, 0x040E, 0x045E, 0x0408, 0x00A4, 0x0490, 0x00A6, 0x00A7, // 0xA0
-    0x0401, 0x00A9, 0x0404, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x0407, // 0xA8
-    0x00B0, 0x00B1, 0x0406, 0x0456, 0x0491, 0x00B5, 0x00B6, 0x00B7, // 0xB0
-    0x0451, 0x2116, 0x0454, 0x00BB, 0x0458, 0x0405, 0x0455, 0x0457, // 0xB8
-    0x0410, 0x0411, 0x0412, 0x0413, 0x0414, 0x0415, 0x0416, 0x0417, // 0xC0: А..я
-    0x0418, 0x0419, 0x041A, 0x041B, 0x041C, 0x041D, 0x041E, 0x041F, //
-    0x0420, 0x0421, 0x0422, 0x0423, 0x0424, 0x0425, 0x0426, 0x0427, //
-    0x0428, 0x0429, 0x042A, 0x042B, 0x042C, 0x042D, 0x042E, 0x042F, //
-    0x0430, 0x0431, 0x0432, 0x0433, 0x0434, 0x0435, 0x0436, 0x0437, //
-    0x0438, 0x0439, 0x043A, 0x043B, 0x043C, 0x043D, 0x043E, 0x043F, //
-    0x0440, 0x0441, 0x0442, 0x0443, 0x0444, 0x0445, 0x0446, 0x0447, //
-    0x0448, 0x0449, 0x044A, 0x044B, 0x044C, 0x044D, 0x044E, 0x044F, //
-};
-
-QString fromCp1251(const QByteArray& bytes)
-{
-    QString s;
-    s.reserve(bytes.size());
-    for (const char c : bytes) {
-        const auto b = static_cast<unsigned char>(c);
-        s += QChar(b < 0x80 ? char16_t(b) : kCp1251[b - 0x80]);
-    }
-    return s;
-}
-
-// A character that has no place in the code page becomes '?', as the 8-bit
-// profile functions write it.
-QByteArray toCp1251(const QString& s)
-{
-    QByteArray bytes;
-    bytes.reserve(s.size());
-    for (const QChar ch : s) {
-        if (ch.unicode() < 0x80) {
-            bytes += char(ch.unicode());
-            continue;
-        }
-        const auto* at = std::find(std::begin(kCp1251), std::end(kCp1251), ch.unicode());
-        bytes += at == std::end(kCp1251) ? '?' : char(0x80 + (at - std::begin(kCp1251)));
-    }
-    return bytes;
-}
 
 // Valid UTF-8 is taken as UTF-8 (plain ASCII is both); anything else was written on a
 // Windows PC in its 8-bit code page, taken as Windows-1251.
@@ -142,7 +94,12 @@ Line parseLine(const QByteArray& raw, const QByteArray& eol, bool legacy)
     if (eq > 0) {
         l.isKey = true;
         l.key = trimmedBlank(t.left(eq));
-        l.value = trimmedBlank(t.mid(eq + 1));
+        // The profile functions hand the value over as a C string: it ends
+        // at its first NUL byte.
+        QByteArray value = t.mid(eq + 1);
+        if (const qsizetype nul = value.indexOf('\0'); nul >= 0)
+            value.truncate(nul);
+        l.value = trimmedBlank(value);
         l.name = decoded(l.key, legacy);
     }
     return l;

@@ -16,6 +16,7 @@
 // is read, and written, in Windows-1251 throughout (a character that has no
 // place there is written as '?'). DOS end-of-file marks
 // (^Z) and NUL bytes at the end of the file are not read and stay at its end.
+// A value ends at its first NUL byte ("K=1" NUL NUL reads "1").
 //
 // `file` is either a bare name, which lives in the settings folder
 // (iniFolder()), or a path.

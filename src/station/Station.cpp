@@ -1,5 +1,6 @@
 #include "station/Station.h"
 
+#include "station/ByteText.h"
 #include "station/Notifier.h"
 
 #include <QThread>
@@ -86,7 +87,7 @@ bool Station::sendLine(const QString& text)
 {
     if (!ensurePortOpen())
         return false;
-    return myComm.Output(text.toLatin1() + '\r');
+    return myComm.Output(toCp1251(text) + '\r');
 }
 
 void Station::Stop()

@@ -54,6 +54,8 @@ private Q_SLOTS:
     void runButtonFollowsRunning();
     void messagesDoNotStopReadings();
     void writeQuestionDoesNotWait();
+    void textToThePort_data();
+    void textToThePort();
 };
 
 class OperatorShiftTest : public FreshConfigTest

@@ -5,10 +5,13 @@
 #include "alarms/AlarmCheck.h"
 #include "app/GuiNotifier.h"
 #include "app/MDIFrm.h"
+#include "link/frmCUST.h"
 #include "recording/DataRecorder.h"
+#include "rs485/frmFind.h"
 #include "tst_app.h"
 
 #include <QAction>
+#include <QComboBox>
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
@@ -237,4 +240,56 @@ void CommandPanelTest::writeQuestionDoesNotWait()
                      lines[i].contains("\t0000" + QByteArray::number(i) + "\t"),
                  lines[i].constData());
     recorder.end();
+}
+
+// Text typed for an analyzer goes out in the station's code page,
+// Windows-1251: Cyrillic is sent as its bytes there, not as "?", and the
+// identifier read back is shown in it.
+void CommandPanelTest::textToThePort_data()
+{
+    QTest::addColumn<QString>("where");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QByteArray>("wire");
+    const QString text = QString::fromUtf8("#01ЦЕХ №2 ё");
+    const QByteArray bytes = "#01\xD6\xC5\xD5 \xB9\x32 \xB8\r";
+    QTest::newRow("send line") << "TxtTo" << text << bytes;
+    QTest::newRow("finder terminal") << "cmbComand" << text << bytes;
+    QTest::newRow("no place in the code page")
+        << "TxtTo" << QString::fromUtf8("CO₂") << QByteArray("CO?\r");
+    QTest::newRow("user identifier")
+        << "txtCUSTN" << QString::fromUtf8("Шахта №3")
+        << QByteArray("CUST \xD8\xE0\xF5\xF2\xE0 \xB9\x33      \rCUST?\r");
+}
+
+void CommandPanelTest::textToThePort()
+{
+    QFETCH(QString, where);
+    QFETCH(QString, typed);
+    QFETCH(QByteArray, wire);
+    PtyRig r;
+    if (where == QLatin1String("cmbComand")) {
+        frmFind find(r.st);
+        find.findChild<QComboBox*>(QStringLiteral("cmbDevices"))
+            ->addItem(QStringLiteral("at Addr=001"));
+        find.findChild<QComboBox*>(where)->setCurrentText(typed);
+        find.cmdSend_Click();
+    } else if (where == QLatin1String("txtCUSTN")) {
+        // The analyzer keeps the identifier's bytes and gives them back.
+        QByteArray stored;
+        r.line.respond([&](const QByteArray& line) {
+            if (line.startsWith("CUST "))
+                stored = line.mid(5);
+            return line == "CUST?" ? stored + '\r' : QByteArray();
+        });
+        frmCUST dlg(r.st);
+        dlg.findChild<QLineEdit*>(where)->setText(typed);
+        dlg.cmdSet_Click();
+        QCOMPARE(dlg.findChild<QLineEdit*>(QStringLiteral("txtNewID"))->text(),
+                 typed.leftJustified(14));
+    } else {
+        MDIFrm f(r.st);
+        f.findChild<QLineEdit*>(where)->setText(typed);
+        f.toolButton(QStringLiteral("Send"))->trigger();
+    }
+    QCOMPARE(r.line.readAll(150), wire);
 }

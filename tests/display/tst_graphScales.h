@@ -85,6 +85,39 @@ private Q_SLOTS:
         QVERIFY(f.n.messages.isEmpty());
     }
 
+    // Ticking or unticking "Log Y" puts every point held on the new axis,
+    // those taken before the change as well as those after it.
+    void logAxisRedrawsPointsHeld()
+    {
+        const auto v = [](int p) { return 16 + p % 5; }; // 1.6 .. 2.0 ppm
+        GraphFixture f(20, 25);
+        auto* chkLog = f.w.findChild<QCheckBox*>("chkLog");
+        int held = 0;
+        const auto addPoints = [&](int n) {
+            (void)f.w.picture()->image(); // drawn as they come, one at a time
+            for (int i = 0; i < n; ++i, ++held)
+                f.add(v(held));
+        };
+        const auto allOnAxis = [&](bool log) {
+            const QImage img = f.w.picture()->image();
+            const GraphMapping m = f.w.picture()->mapping();
+            for (int p = 0; p < held; ++p) {
+                const double y = log ? double(Log10(v(p))) : v(p);
+                if (!f.traceAt(img, m.map(p, y)))
+                    return p;
+            }
+            return -1;
+        };
+        addPoints(6);
+        QTest::mouseClick(chkLog, Qt::LeftButton);
+        addPoints(4);
+        QCOMPARE(allOnAxis(true), -1);
+        QTest::mouseClick(chkLog, Qt::LeftButton);
+        addPoints(4);
+        QCOMPARE(allOnAxis(false), -1);
+        QVERIFY(f.n.messages.isEmpty());
+    }
+
     void synchro()
     {
         GraphFixture f(20);

@@ -139,7 +139,7 @@ private Q_SLOTS:
         QTest::newRow("set 5, other value confirmed")
             << false << "5" << QByteArray("A0007 0123\r") << QByteArray("AMB 0005\r") << "5"
             << "0123" << 7 << QStringList{"Ошибка установки ZPos"}
-            << "Send AMB 0005<CR> Reply A0007 0123<CR> SEND <> REPLY";
+            << "Send AMB 0005<CR> Reply A0007 0123<CR>";
         QTest::newRow("answer not starting with A")
             << false << "5" << QByteArray("B0005 0123\r") << QByteArray("AMB 0005\r") << "5"
             << "old" << 0 << quiet << "Send AMB 0005<CR>";
@@ -248,6 +248,9 @@ private Q_SLOTS:
         row("full stop first", ".5", "5", {"Bad Data"}, "5");
         row("100 kept", "100", "100", {}, "100");
         row("100.5 cleared silently", "100.5", "", {}, "");
+        row("a blank before 150", " 150", "", {}, "");
+        row("a sign before 150", "+150", "", {}, "");
+        row("1e3 is 1000", "1e3", "", {}, "");
         row("comma sent as a full stop", "2,5", "2,5", {}, "2.5");
         row("cut to five", "12.345", "12.34", {}, "12.34");
         row("0. keeps six", "0.1234", "0.1234", {}, "0.1234");
@@ -279,9 +282,12 @@ private Q_SLOTS:
     void customerId_data()
     {
         QTest::addColumn<bool>("silent");
+        QTest::addColumn<int>("replyLen");
         QTest::addColumn<QString>("readBack");
-        QTest::newRow("written and read back") << false << "AB12          ";
-        QTest::newRow("silent analyzer") << true << "Time Out";
+        QTest::newRow("written and read back") << false << 14 << "AB12          ";
+        QTest::newRow("silent analyzer") << true << 14 << "Time Out";
+        // A read-back that waits for the CR too still shows the 14 characters.
+        QTest::newRow("reply length 15") << false << 15 << "AB12          ";
     }
 
     void customerId()
@@ -290,6 +296,8 @@ private Q_SLOTS:
         SimConfig config;
         config.answers = silent ? AnswerFault::Silent : AnswerFault::None;
         SimRig r(config);
+        QFETCH(int, replyLen);
+        r.st.userIdReplyLen = replyLen;
         frmCUST dlg(r.st);
         auto* id = dlg.findChild<QLineEdit*>(QStringLiteral("txtCUSTN"));
         QString shownWhileWaiting;

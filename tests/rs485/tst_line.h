@@ -8,6 +8,7 @@
 #include "rs485/LinePoller.h"
 #include "rs485/Waits.h"
 #include "rs485/frmFind.h"
+#include "station/IniFile.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -15,6 +16,7 @@
 #include <QLineEdit>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -107,6 +109,42 @@ private Q_SLOTS:
         QVERIFY(send("#0ASRAL?"));
         QCOMPARE(reply->text(), QString());
         QVERIFY(r.sim.commands().isEmpty());
+    }
+
+    // A changed entry of the finder's Y list is kept, on closing, as the
+    // whole number that the settings reading takes back.
+    void scaleYSaved_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("saved"); // SCALEY3, empty for none
+        QTest::newRow("whole number") << "30000"
+                                      << "30000";
+        QTest::newRow("seven digits") << "1234567"
+                                      << "1234567";
+        QTest::newRow("fraction rounded") << "2.6"
+                                          << "3";
+        QTest::newRow("zero not kept") << "0"
+                                       << "";
+    }
+    void scaleYSaved()
+    {
+        QFETCH(QString, typed);
+        QTemporaryDir config;
+        const QByteArray before = qgetenv("XDG_CONFIG_HOME");
+        const auto restore = qScopeGuard([&] { qputenv("XDG_CONFIG_HOME", before); });
+        qputenv("XDG_CONFIG_HOME", config.path().toLocal8Bit());
+        StationRig r;
+        frmFind f(r.st);
+        f.show();
+        auto* box = f.findChild<QComboBox*>(QStringLiteral("cmbScaleY"));
+        box->setCurrentIndex(3);
+        box->lineEdit()->selectAll();
+        QTest::keyClicks(box->lineEdit(), typed);
+        QTest::keyClick(box->lineEdit(), Qt::Key_Return);
+        f.close();
+        QTEST(ReadIni(QStringLiteral("SCALES"), QStringLiteral("SCALEY3"),
+                      QStringLiteral("Tervala.ini")),
+              "saved");
     }
 
     // Each analyzer's readings reach its own sinks and file, in address

@@ -101,6 +101,8 @@ private Q_SLOTS:
         row("^Z after value", "[A]\nk=1\x1A", "A", "k", "1");
         row("^Z after line", "[A]\r\nk=1\r\n\x1A\x1A", "A", "k", "1");
         row("NUL padding", QByteArrayLiteral("[A]\nk=1\0\0\0\0"), "A", "k", "1");
+        row("value ends at its NUL", QByteArrayLiteral("[A]\r\nk=1\0\0\r\nm=2\r\n"), "A", "k", "1");
+        row("nothing after a NUL is read", QByteArrayLiteral("[A]\nk=12\0 34\n"), "A", "k", "12");
     }
 
     void lookup()
