@@ -103,7 +103,10 @@ private Q_SLOTS:
             const GraphMapping m = f.w.picture()->mapping();
             for (int p = 0; p < held; ++p) {
                 const double y = log ? double(Log10(v(p))) : v(p);
-                if (!f.traceAt(img, m.map(p, y)))
+                // Within a pixel: a segment's end may round to its neighbour.
+                const QPointF at = m.map(p, y);
+                if (!f.traceAt(img, at) && !f.traceAt(img, at + QPointF(0, 0.5)) &&
+                    !f.traceAt(img, at - QPointF(0, 0.5)))
                     return p;
             }
             return -1;
