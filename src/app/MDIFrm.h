@@ -121,6 +121,9 @@ private:
     // Enables the commands by the line's state and what was received.
     void updateCommandPanel();
     void placeValueWindow();
+    // Where the next graph window goes from the main graph's place: cascaded
+    // one title bar a window, within the window area.
+    QRect cascaded(int windows, const QRect& from) const;
     // True when the polling timer's exchange holds the line; `again` then
     // runs as soon as it lets go, so the operator's command is not refused.
     bool deferredWhilePolled(std::function<void()> again);

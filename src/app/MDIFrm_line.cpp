@@ -21,6 +21,7 @@
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTableWidget>
 #include <cmath>
 
@@ -96,6 +97,20 @@ void MDIFrm::mnuFind_Click()
     find_->activateWindow();
 }
 
+QRect MDIFrm::cascaded(int windows, const QRect& from) const
+{
+    // A title bar's height a step, eight steps before it starts again; a
+    // window that would then leave the area is made smaller.
+    const int step = style()->pixelMetric(QStyle::PM_TitleBarHeight) + 4;
+    const int n = windows % 8;
+    QRect r = from.translated(n * step, n * step);
+    const QRect area(QPoint(0, 0), mdi_->viewport()->size());
+    if (!area.contains(r))
+        r.setSize(
+            r.size().boundedTo(area.size() - QSize(r.left(), r.top())).expandedTo({160, 120}));
+    return r;
+}
+
 void MDIFrm::addLineGraph(int address, const QString& caption)
 {
     frmOscil* g = lineGraph(address);
@@ -103,10 +118,12 @@ void MDIFrm::addLineGraph(int address, const QString& caption)
         g = new frmOscil(st_);
         g->setObjectName(QStringLiteral("frmOscil%1").arg(address));
         GraphTable::of(st_).set(address, g);
-        // Placed and sized like the main graph window.
+        // Sized like the main graph window and cascaded from it, one step
+        // for each graph window already there, so that none hides another.
         QRect place(0, 0, 480, 300);
         if (mainGraph_)
             place = mainGraph_->parentWidget()->geometry();
+        place = cascaded(int(mdi_->subWindowList().size()), place);
         QMdiSubWindow* sub = mdi_->addSubWindow(g);
         sub->setAttribute(Qt::WA_DeleteOnClose);
         sub->setGeometry(place);

@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSet>
 #include <QTest>
 
 namespace {
@@ -200,6 +201,13 @@ void OperatorShiftTest::shift()
         find->findChild<QPushButton*>(QStringLiteral("cmdAdd"))->click();
     }
     QVERIFY(st.rs485Mode);
+    // Each analyzer's graph window opens where it hides no other.
+    QList<QPoint> corners{f.mainGraph()->parentWidget()->pos()};
+    for (int a : {5, 7}) {
+        QVERIFY(f.lineGraph(a));
+        corners << f.lineGraph(a)->parentWidget()->pos();
+    }
+    QCOMPARE(QSet<QPoint>(corners.begin(), corners.end()).size(), 3);
     f.toolButton(QStringLiteral("Run"))->trigger();
     item(f, "mnuRunSaving")->trigger();
     QVERIFY(st.recording);
