@@ -21,6 +21,8 @@ install(FILES ${VELMORA_PACKAGING_DIR}/${VELMORA_APP_ID}.svg
   DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
 install(FILES ${VELMORA_PACKAGING_DIR}/velmora-recorder.service
   DESTINATION ${VELMORA_SYSTEMD_UNITDIR})
+# The licence, in Debian's machine-readable copyright format.
+install(FILES ${VELMORA_PACKAGING_DIR}/copyright DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora)
 
 # Man pages are installed compressed, as Debian keeps them. -n leaves the name
 # and time out of the gzip header, so the same page gives the same bytes.
@@ -38,6 +40,18 @@ foreach(page velmora.1 velmora-sim.1)
 endforeach()
 add_custom_target(velmora_man_pages ALL DEPENDS ${VELMORA_MAN_PAGES})
 install(FILES ${VELMORA_MAN_PAGES} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+# The package's changelog, compressed the same way, beside its copyright.
+set(VELMORA_CHANGELOG ${PROJECT_BINARY_DIR}/packaging/changelog.gz)
+add_custom_command(OUTPUT ${VELMORA_CHANGELOG}
+  COMMAND ${CMAKE_COMMAND} -E copy ${VELMORA_PACKAGING_DIR}/changelog
+    ${PROJECT_BINARY_DIR}/packaging/changelog
+  COMMAND ${VELMORA_GZIP} -9 -n -f ${PROJECT_BINARY_DIR}/packaging/changelog
+  DEPENDS ${VELMORA_PACKAGING_DIR}/changelog
+  COMMENT "Compressing the changelog"
+  VERBATIM)
+add_custom_target(velmora_changelog ALL DEPENDS ${VELMORA_CHANGELOG})
+install(FILES ${VELMORA_CHANGELOG} DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/velmora)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME velmora)

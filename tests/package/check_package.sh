@@ -54,6 +54,8 @@ app=org.velmora.Velmora
 expected=$(sort <<EOF
 -rw-r--r-- root/root ./usr/lib/systemd/system/velmora-recorder.service
 -rw-r--r-- root/root ./usr/share/applications/$app.desktop
+-rw-r--r-- root/root ./usr/share/doc/velmora/changelog.gz
+-rw-r--r-- root/root ./usr/share/doc/velmora/copyright
 -rw-r--r-- root/root ./usr/share/icons/hicolor/scalable/apps/$app.svg
 -rw-r--r-- root/root ./usr/share/man/man1/velmora-sim.1.gz
 -rw-r--r-- root/root ./usr/share/man/man1/velmora.1.gz
@@ -66,6 +68,14 @@ actual=$(dpkg-deb -c "$deb" | awk '$1 !~ /^d/ { print $1, $2, $6 }' | sort)
 if [ "$actual" != "$expected" ]; then
   fail "package contents differ (< expected, > actual):"
   diff <(echo "$expected") <(echo "$actual") >&2 || true
+fi
+
+# lintian finds no error (the warnings that stay are listed in the README).
+if command -v lintian >/dev/null; then
+  lintian --fail-on error "$deb" >"$tmp/lintian.log" 2>&1 ||
+    fail "lintian: $(grep -E '^E: ' "$tmp/lintian.log" | tr '\n' ' ')"
+else
+  fail "lintian is not installed (scripts/install-deps installs it)"
 fi
 
 # dpkg-shlibdeps found the Qt libraries the programs link.
