@@ -159,7 +159,15 @@ void MDIFrm::mnuOpenRecord_Click()
         delete viewer;
         return;
     }
+    // Over the frame's middle, whole on the screen; a little room is left
+    // for the frame the window manager puts around it.
+    QRect place(QPoint(), viewer->size());
+    place.moveCenter(frameGeometry().center());
+    const QRect screen = availableFor(frameGeometry());
+    place = keptOnScreen(place, screen.adjusted(0, 0, -8, -40));
+    viewer->setGeometry(place);
     viewer->show();
+    QTimer::singleShot(200, viewer, [viewer] { keepOnScreen(viewer); });
 }
 
 void MDIFrm::mnuEndSaving_Click()

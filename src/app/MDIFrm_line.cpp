@@ -2,6 +2,7 @@
 // analyzer, the views following the chosen analyzer, the mode shown in the
 // status bar and the line's data files.
 #include "app/MDIFrm.h"
+#include "app/ScreenPlace.h"
 #include "app/frm_txt.h"
 #include "display/GraphTable.h"
 #include "display/frmChart.h"
@@ -155,13 +156,19 @@ void MDIFrm::selectLineDevice(int address, const QString& caption)
 
 void MDIFrm::openMonitor()
 {
+    // A window of its own beside the finder that opened it, in front of it
+    // and whole on the screen.
     if (!monitor_) {
-        auto* m = new frmMonitor(st_);
+        auto* m = new frmMonitor(st_, this);
+        m->setWindowFlag(Qt::Window);
+        m->setAttribute(Qt::WA_DeleteOnClose);
         monitor_ = m;
-        QMdiSubWindow* sub = mdi_->addSubWindow(m);
-        sub->setAttribute(Qt::WA_DeleteOnClose);
-        sub->resize(m->size());
+        const QRect opener = find_ ? find_->frameGeometry() : frameGeometry();
+        const QRect beside(opener.topRight() + QPoint(8, 0), m->size());
+        m->move(keptOnScreen(beside, availableFor(opener)).topLeft());
     }
-    monitor_->parentWidget()->show();
-    mdi_->setActiveSubWindow(qobject_cast<QMdiSubWindow*>(monitor_->parentWidget()));
+    monitor_->show();
+    keepOnScreen(monitor_);
+    monitor_->raise();
+    monitor_->activateWindow();
 }

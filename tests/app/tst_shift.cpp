@@ -17,6 +17,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScreen>
 #include <QSet>
 #include <QTest>
 
@@ -194,6 +195,15 @@ void OperatorShiftTest::shift()
     setWaitClockRate(5);
     find->findChild<QPushButton*>(QStringLiteral("cmdScanDev"))->click();
     setWaitClockRate(1);
+    // The line monitor opens in front of the finder, beside it, whole on the screen.
+    find->findChild<QPushButton*>(QStringLiteral("cmdMonitor"))->click();
+    auto* monitor = f.findChild<QWidget*>(QStringLiteral("frmMonitor"));
+    QVERIFY(monitor && monitor->isWindow() && monitor->isVisible());
+    QVERIFY(!monitor->frameGeometry().intersects(find->frameGeometry()) ||
+            !find->screen()->availableGeometry().contains(
+                find->frameGeometry().adjusted(0, 0, monitor->width() + 8, 0)));
+    QVERIFY(monitor->screen()->availableGeometry().contains(monitor->frameGeometry()));
+    monitor->close();
     auto* addList = find->findChild<QComboBox*>(QStringLiteral("cmbDevicesA"));
     QCOMPARE(addList->count(), 2);
     for (int i = 0; i < 2; ++i) {
