@@ -1,6 +1,7 @@
 #include "recording/frmRecord.h"
 
 #include "recording/CsvExport.h"
+#include "recording/DataRecord.h"
 #include "recording/RecordPlot.h"
 #include "station/IniFile.h"
 #include "station/Notifier.h"
@@ -16,6 +17,7 @@
 #include <QHash>
 #include <QLabel>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSaveFile>
 #include <QVBoxLayout>
 
@@ -167,12 +169,8 @@ void frmRecord::openFiles(const QStringList& paths)
     poll_.stop();
     sources_.clear();
     picRecord_->clear();
-    for (const QString& p : paths) {
-        Source s;
-        s.reader = std::make_unique<RecordFile::Reader>(p);
-        s.ok = s.reader->open();
-        sources_.push_back(std::move(s));
-    }
+    for (const QString& p : paths)
+        addSource(p);
     setWindowTitle(QStringLiteral("Record — ") + titleFor(paths));
     if (!paths.isEmpty())
         remember(paths);
@@ -181,6 +179,56 @@ void frmRecord::openFiles(const QStringList& paths)
     cmdExport_->setEnabled(!paths.isEmpty());
     showStatus();
     poll_.start();
+}
+
+void frmRecord::addSource(const QString& path)
+{
+    Source s;
+    s.reader = std::make_unique<RecordFile::Reader>(path);
+    s.ok = s.reader->open();
+    sources_.push_back(std::move(s));
+}
+
+QString frmRecord::nextHourFile(const QString& path)
+{
+    static const QRegularExpression hourly(
+        QStringLiteral(R"(^(\d\d)h(\d\d)_(\d\d)(_A(\d{3}))?\.dat$)"),
+        QRegularExpression::CaseInsensitiveOption);
+    const QFileInfo info(path);
+    const QRegularExpressionMatch m = hourly.match(info.fileName());
+    if (!m.hasMatch())
+        return {};
+    const QDateTime modified = info.lastModified();
+    const int year = modified.isValid() ? modified.date().year() : QDate::currentDate().year();
+    const QDate day(year, m.captured(3).toInt(), m.captured(2).toInt());
+    const int hour = m.captured(1).toInt();
+    if (!day.isValid() || hour > 23)
+        return {};
+    const QDateTime next = QDateTime(day, QTime(hour, 0)).addSecs(3600);
+    const QString name = m.captured(5).isEmpty()
+                             ? DataRecord::dataFileName(next)
+                             : DataRecord::lineFileName(next, m.captured(5).toInt());
+    return info.dir().filePath(name);
+}
+
+bool frmRecord::followHours()
+{
+    QStringList open = files();
+    bool added = false;
+    // Only the newest file of a chain leads on; one already open is not opened twice.
+    for (qsizetype i = 0; i < open.size(); ++i) {
+        const QString next = nextHourFile(open[i]);
+        if (next.isEmpty() || open.contains(next) || !QFileInfo::exists(next))
+            continue;
+        addSource(next);
+        open << next;
+        added = true;
+    }
+    if (added) {
+        setWindowTitle(QStringLiteral("Record — ") + titleFor(open));
+        remember(open);
+    }
+    return added;
 }
 
 bool frmRecord::readNew()
@@ -215,7 +263,8 @@ void frmRecord::pollFiles()
     int skippedBefore = 0;
     for (const Source& s : sources_)
         skippedBefore += s.ok ? s.reader->skipped() : 0;
-    bool changed = readNew();
+    const bool followed = followHours();
+    bool changed = readNew() || followed;
     for (const Source& s : sources_)
         skippedBefore -= s.ok ? s.reader->skipped() : 0;
     if (changed || skippedBefore != 0)

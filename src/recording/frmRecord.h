@@ -24,7 +24,9 @@ class Station;
 // shows the record under the pointer. Every two seconds the files are read on
 // from where reading stopped, so a file the station is writing grows in view;
 // its last line, still without its line end, waits to be completed. Once a
-// file has not changed for kSettledMs, such a line counts as damage.
+// file has not changed for kSettledMs, such a line counts as damage. An open
+// hourly file (automatic name) is followed by the next hour's file of the
+// same analyzer as soon as the station starts it.
 class frmRecord : public QWidget
 {
     Q_OBJECT
@@ -57,6 +59,11 @@ public:
     static constexpr qint64 kSettledMs = 10000;
 
     // The files last opened, as kept in Tervala.ini: their folder, their paths.
+    // The hourly file after `path` ("14h15_11.dat" → "15h15_11.dat", with the
+    // address of a line's file kept), when its name is an automatic one;
+    // empty otherwise. The year is the file's own.
+    static QString nextHourFile(const QString& path);
+
     static QString rememberedFolder();
     static QStringList rememberedFiles();
 
@@ -69,6 +76,9 @@ private:
     };
     // Reads on in every readable file; true when records came.
     bool readNew();
+    // Opens the next hour's files that have appeared; true when one did.
+    bool followHours();
+    void addSource(const QString& path);
     void showStatus();
     static void remember(const QStringList& paths);
 

@@ -110,9 +110,11 @@ private Q_SLOTS:
         const qint64 begun = QDateTime::currentMSecsSinceEpoch();
         // Until the level has changed twice: a drift may keep the baseline
         // on one side of the limits for a while.
+        auto& subscriber = sub; // a structured binding can't be captured by every compiler
         QVERIFY(QTest::qWaitFor(
             [&] {
-                return st.readings() >= 25 && sub.on(QStringLiteral("st1/main/alarm")).size() >= 2;
+                return st.readings() >= 25 &&
+                       subscriber.on(QStringLiteral("st1/main/alarm")).size() >= 2;
             },
             30000));
         QVERIFY(st.stop());

@@ -351,6 +351,24 @@ private Q_SLOTS:
         QCOMPARE(plot()->range(), plot()->fullRange()); // showing all, it follows the end
     }
 
+    // An open hourly file leads on to the next hour's file of its analyzer
+    // once that file is there; other names lead nowhere.
+    void followsTheNextHour()
+    {
+        QCOMPARE(QFileInfo(frmRecord::nextHourFile("/d/23h31_12.dat")).fileName(),
+                 QStringLiteral("00h01_01.dat"));
+        QCOMPARE(QFileInfo(frmRecord::nextHourFile("/d/09h15_11_A005.dat")).fileName(),
+                 QStringLiteral("10h15_11_A005.dat"));
+        QCOMPARE(frmRecord::nextHourFile("/d/notes.dat"), QString());
+        open({day_[0], day_[2]}); // 14h of the single analyzer and of A005
+        const qsizetype before = plot()->trace(-1).size();
+        w_->pollFiles();
+        QCOMPARE(w_->files(), (QStringList{day_[0], day_[2], day_[1]}));
+        QVERIFY(plot()->trace(-1).size() > before);
+        w_->pollFiles(); // nothing more to follow
+        QCOMPARE(w_->files().size(), 3);
+    }
+
     void exportsCsv()
     {
         open(day_);
