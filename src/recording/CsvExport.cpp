@@ -2,6 +2,7 @@
 
 #include "recording/RecordFile.h"
 
+#include <QFileInfo>
 #include <QIODevice>
 #include <memory>
 #include <queue>
@@ -14,6 +15,7 @@ using RecordFile::Record;
 constexpr char kHeader[] =
     "time,time_utc,record,address,raw,ppm,second_value,zero_position,alarm_level\r\n";
 constexpr qsizetype kFlushAt = 1 << 20;
+constexpr qint64 kProgressRows = 4096;
 
 // The calendar date of a count of days since 1970-01-01 (proleptic Gregorian).
 void civil(qint64 days, int* y, int* m, int* d)
@@ -123,9 +125,15 @@ bool advance(Source& s)
 }
 } // namespace
 
-CsvResult exportCsv(const QStringList& paths, QIODevice& out)
+CsvResult exportCsv(const QStringList& paths, QIODevice& out, CsvProgress* progress)
 {
     CsvResult result;
+    if (progress) {
+        qint64 total = 0;
+        for (const QString& path : paths)
+            total += QFileInfo(path).size();
+        progress->total = total;
+    }
     std::vector<Source> sources;
     sources.reserve(size_t(paths.size()));
     for (const QString& path : paths) {
@@ -164,6 +172,16 @@ CsvResult exportCsv(const QStringList& paths, QIODevice& out)
         if (buf.size() >= kFlushAt) {
             out.write(buf);
             buf.clear();
+        }
+        if (progress && result.rows % kProgressRows == 0) {
+            qint64 done = 0;
+            for (const Source& x : sources)
+                done += x.reader->bytesRead();
+            progress->done = done;
+            if (progress->cancel) {
+                result.cancelled = true;
+                break;
+            }
         }
         if (advance(s))
             heap.push(i);

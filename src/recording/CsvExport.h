@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QStringList>
+#include <atomic>
 
 class QIODevice;
 
@@ -14,5 +15,15 @@ struct CsvResult
     qint64 rows = 0;
     int skipped = 0;    // damaged lines left out
     QStringList errors; // files that could not be read, with the reason
+    bool cancelled = false;
 };
-CsvResult exportCsv(const QStringList& paths, QIODevice& out);
+// What an export shows of its progress and how it is stopped, for one run on
+// another thread: the bytes of the files read so far out of all of them, and
+// a request to stop, checked every few thousand rows.
+struct CsvProgress
+{
+    std::atomic<qint64> done{0};
+    std::atomic<qint64> total{0};
+    std::atomic<bool> cancel{false};
+};
+CsvResult exportCsv(const QStringList& paths, QIODevice& out, CsvProgress* progress = nullptr);

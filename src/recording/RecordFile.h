@@ -18,12 +18,12 @@ namespace RecordFile {
 // One record as read, with its date and time resolved.
 struct Record
 {
-    qint64 utcMs = 0;      // the moment, milliseconds since 1970 UTC
-    qint64 localMs = 0;    // the same moment on the local wall clock, counted as if UTC
-    int number = 0;        // the record counter; on the line, the line's record ordinal
-    int address = -1;      // -1 for the single analyzer, else 0..255
-    int raw = 0;           // the value in ppm x10
-    int second = 0;        // the line's second value in ppm x10 (0 for the single analyzer)
+    qint64 utcMs = 0;   // the moment, milliseconds since 1970 UTC
+    qint64 localMs = 0; // the same moment on the local wall clock, counted as if UTC
+    int number = 0;     // the record counter; on the line, the line's record ordinal
+    int address = -1;   // -1 for the single analyzer, else 0..255
+    int raw = 0;        // the value in ppm x10
+    int second = 0;     // the line's second value in ppm x10 (0 for the single analyzer)
     bool hasSecond = false;
     int zeroPosition = 0;
     int alarm = 0; // the alarm digit: 0, 1 or 3
@@ -70,6 +70,8 @@ public:
     int skipped() const { return skipped_; }
     // Records returned so far.
     int records() const { return count_; }
+    // Bytes of the file read so far (for a progress bar).
+    qint64 bytesRead() const { return file_.isOpen() ? file_.pos() : 0; }
 
 private:
     bool fill();
@@ -91,7 +93,7 @@ private:
     // previous record's means midnight was crossed.
     QDate date_;
     int lastSecondOfDay_ = -1;
-    qint64 dayLocalMs_ = 0;   // local midnight of date_, counted as if UTC
+    qint64 dayLocalMs_ = 0;     // local midnight of date_, counted as if UTC
     qint64 hourUtcMs_[24] = {}; // the UTC moment of each local hour of date_
 };
 

@@ -16,9 +16,12 @@
 #include <QHBoxLayout>
 #include <QHash>
 #include <QLabel>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QRegularExpression>
 #include <QSaveFile>
+#include <QThread>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -55,6 +58,14 @@ QString titleFor(const QStringList& paths)
            QStringLiteral(" (%1 files)").arg(names.size());
 }
 } // namespace
+
+struct frmRecord::ExportJob
+{
+    QSaveFile out;
+    CsvProgress progress;
+    CsvResult result;
+    explicit ExportJob(const QString& target) : out(target) {}
+};
 
 frmRecord::frmRecord(Station& st, QWidget* parent)
     : QWidget(parent, Qt::Window), st_(st), picRecord_(new RecordPlot(this)),
@@ -110,7 +121,17 @@ frmRecord::frmRecord(Station& st, QWidget* parent)
     resize(1000, 600);
 }
 
-frmRecord::~frmRecord() = default;
+frmRecord::~frmRecord()
+{
+    // An export still running is stopped; its file is not kept.
+    if (exportThread_) {
+        export_->progress.cancel = true;
+        exportThread_->wait();
+        delete exportThread_;
+        export_->out.cancelWriting();
+        export_->out.commit();
+    }
+}
 
 QString frmRecord::rememberedFolder()
 {
@@ -323,32 +344,70 @@ void frmRecord::showStatus()
 void frmRecord::cmdExport_Click()
 {
     const QStringList paths = files();
-    if (paths.isEmpty())
+    if (paths.isEmpty() || export_)
         return;
     const QFileInfo first(paths.first());
     const QString target = chooseSaveFile(
         first.absoluteDir().filePath(first.completeBaseName() + QLatin1String(".csv")));
     if (target.isEmpty())
         return;
-    // Written to a temporary file and renamed at the end: a failed export
-    // leaves no half file behind, nor spoils one that was there.
-    QSaveFile out(target);
-    if (!out.open(QIODevice::WriteOnly)) {
+    // Written to a temporary file and renamed at the end: a failed or
+    // cancelled export leaves no half file behind, nor spoils one that was there.
+    auto job = std::make_shared<ExportJob>(target);
+    if (!job->out.open(QIODevice::WriteOnly)) {
         st_.notifier().message(QStringLiteral("Can't write %1: %2")
-                                   .arg(QDir::toNativeSeparators(target), out.errorString()),
+                                   .arg(QDir::toNativeSeparators(target), job->out.errorString()),
                                Notifier::Icon::Exclamation);
         return;
     }
-    QApplication::setOverrideCursor(Qt::WaitCursor);
-    const CsvResult r = exportCsv(paths, out);
-    const bool written = out.commit();
-    QApplication::restoreOverrideCursor();
-    if (!written) {
+    // A day or more of files takes a while: the export runs on a thread of
+    // its own, with a progress bar and Cancel, and the window stays live.
+    export_ = job;
+    cmdExport_->setEnabled(false);
+    auto* dlg =
+        new QProgressDialog(QStringLiteral("Exporting %1...").arg(QFileInfo(target).fileName()),
+                            QStringLiteral("Cancel"), 0, 1000, this);
+    dlg->setObjectName(QStringLiteral("dlgExport"));
+    dlg->setWindowModality(Qt::NonModal);
+    dlg->setMinimumDuration(500);
+    dlg->setAutoClose(false);
+    dlg->setAutoReset(false);
+    auto* tick = new QTimer(dlg);
+    connect(tick, &QTimer::timeout, dlg, [dlg, job] {
+        const qint64 total = job->progress.total;
+        dlg->setValue(total > 0 ? int(job->progress.done * 1000 / total) : 0);
+    });
+    tick->start(100);
+    connect(dlg, &QProgressDialog::canceled, this, [job] { job->progress.cancel = true; });
+    exportThread_ =
+        QThread::create([job, paths] { job->result = exportCsv(paths, job->out, &job->progress); });
+    connect(exportThread_, &QThread::finished, this, [this, dlg, target] {
+        dlg->deleteLater();
+        exportThread_->deleteLater();
+        exportThread_ = nullptr;
+        finishExport(target);
+    });
+    exportThread_->start();
+}
+
+void frmRecord::finishExport(const QString& target)
+{
+    const std::shared_ptr<ExportJob> job = std::move(export_);
+    cmdExport_->setEnabled(!sources_.empty());
+    if (job->result.cancelled) {
+        job->out.cancelWriting();
+        job->out.commit();
+        lblStatus_->setText(
+            QStringLiteral("Export to %1 cancelled").arg(QFileInfo(target).fileName()));
+        return;
+    }
+    if (!job->out.commit()) {
         st_.notifier().message(QStringLiteral("Can't write %1: %2")
-                                   .arg(QDir::toNativeSeparators(target), out.errorString()),
+                                   .arg(QDir::toNativeSeparators(target), job->out.errorString()),
                                Notifier::Icon::Exclamation);
         return;
     }
+    const CsvResult& r = job->result;
     QString text = QStringLiteral("Exported %1 to %2")
                        .arg(plural(r.rows, "row", "rows"), QFileInfo(target).fileName());
     if (r.skipped > 0)

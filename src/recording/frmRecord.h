@@ -27,6 +27,8 @@ class Station;
 // file has not changed for kSettledMs, such a line counts as damage. An open
 // hourly file (automatic name) is followed by the next hour's file of the
 // same analyzer as soon as the station starts it.
+class QThread;
+
 class frmRecord : public QWidget
 {
     Q_OBJECT
@@ -91,4 +93,10 @@ private:
     QLabel* lblReadout_;
     QLabel* lblStatus_;
     QTimer poll_;
+
+    // An export running on its own thread: its file, progress and result.
+    struct ExportJob;
+    std::shared_ptr<ExportJob> export_;
+    QThread* exportThread_ = nullptr;
+    void finishExport(const QString& target);
 };

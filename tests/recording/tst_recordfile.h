@@ -174,4 +174,32 @@ private Q_SLOTS:
                      "2026-11-15 14:05:02," +
                      utc(t.addSecs(2)) + ",8,,85,8.5,,-20,3\r\n");
     }
+
+    // A run that is asked to stop ends at its next check, says so, and its
+    // progress has counted the bytes read out of all of them.
+    void csvStopsWhenAsked()
+    {
+        QTemporaryDir dir;
+        const QDateTime t(QDate(2026, 11, 15), QTime(14, 0, 0));
+        QByteArray bytes;
+        for (int i = 0; i < 10000; ++i)
+            bytes += DataRecord::bytes(i + 1, t.addMSecs(i * 300), "00020\r", 0, 50, 80);
+        const QString file = put(dir.filePath("14h15_11.dat"), bytes);
+        QBuffer out;
+        out.open(QIODevice::WriteOnly);
+        CsvProgress progress;
+        progress.cancel = true;
+        const CsvResult r = exportCsv({file}, out, &progress);
+        QVERIFY(r.cancelled);
+        QVERIFY(r.rows > 0 && r.rows < 10000);
+        QCOMPARE(progress.total.load(), qint64(bytes.size()));
+        QVERIFY(progress.done > 0 && progress.done <= progress.total);
+        CsvProgress free;
+        out.close();
+        out.setData({});
+        out.open(QIODevice::WriteOnly);
+        const CsvResult all = exportCsv({file}, out, &free);
+        QVERIFY(!all.cancelled);
+        QCOMPARE(all.rows, 10000);
+    }
 };
