@@ -50,10 +50,19 @@ void YLabelColumn::place()
         return;
     const int lh = fontMetrics().height();
     const int h = height();
+    // On a short picture (windows tiled one above the other) only every
+    // k-th label shows, and none that would overlap the one below it.
+    const int spacing = std::max(1, h / (n - 1));
+    const int k = std::max(1, (lh + spacing - 1) / spacing);
+    int freeAbove = h; // the top of the last label shown, counting from the bottom
     for (int i = 0; i < n; ++i) {
         // Centred on its grid line, kept inside the column at both edges.
-        const int y = h - h * i / (n - 1) - lh / 2;
-        labels_[std::size_t(i)]->setGeometry(0, std::clamp(y, 0, std::max(h - lh, 0)), width() - 3,
-                                             lh);
+        const int y = std::clamp(h - h * i / (n - 1) - lh / 2, 0, std::max(h - lh, 0));
+        QLabel* l = labels_[std::size_t(i)];
+        l->setGeometry(0, y, width() - 3, lh);
+        const bool shown = i % k == 0 && y + lh <= freeAbove;
+        l->setVisible(shown);
+        if (shown)
+            freeAbove = y;
     }
 }

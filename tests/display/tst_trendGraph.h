@@ -5,6 +5,7 @@
 #include "GraphFixture.h"
 #include "display/TimeLabels.h"
 #include "display/TraceRender.h"
+#include "display/YLabelColumn.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -237,5 +238,33 @@ private Q_SLOTS:
         QVERIFY(lastX > m.px(39)); // some past the last point
         a.restart();
         QVERIFY(strip.labels().isEmpty());
+    }
+
+    // Tiled low, the Y captions thin out rather than overlap; tall, all show.
+    void yLabelsDoNotOverlap_data()
+    {
+        QTest::addColumn<int>("height");
+        QTest::addColumn<bool>("all");
+        QTest::newRow("tall") << 400 << true;
+        QTest::newRow("tiled") << 70 << false;
+        QTest::newRow("very low") << 30 << false;
+    }
+    void yLabelsDoNotOverlap()
+    {
+        QFETCH(int, height);
+        QWidget host;
+        YLabelColumn column(&host);
+        column.setGrid(4);
+        column.resize(column.width(), height);
+        host.show();
+        QList<QRect> shown;
+        for (int i = 0; i < column.count(); ++i) {
+            if (!column.label(i)->isHidden())
+                shown << column.label(i)->geometry();
+        }
+        QVERIFY(!column.label(0)->isHidden());
+        QTEST(shown.size() == column.count(), "all");
+        for (int i = 1; i < shown.size(); ++i)
+            QVERIFY2(!shown[i].intersects(shown[i - 1]), qPrintable(QString::number(i)));
     }
 };
