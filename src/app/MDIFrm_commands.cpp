@@ -30,36 +30,36 @@ void MDIFrm::buildCommandPanel()
     panel->setObjectName(QStringLiteral("cmdPanel"));
     addToolBarBreak();
     addToolBar(panel);
-    auto* box = new QWidget(panel);
-    auto* lay = new QHBoxLayout(box);
-    lay->setContentsMargins(2, 2, 2, 2);
+    // Each control is an item of the toolbar of its own, so that on a narrow
+    // screen the ones that don't fit go into the toolbar's extension menu
+    // instead of widening the frame past the screen.
 
-    cmbType_ = new QComboBox(box);
+    cmbType_ = new QComboBox(panel);
     cmbType_->setObjectName(QStringLiteral("cmbType"));
     cmbType_->setToolTip(QStringLiteral("Analyzer type"));
-    lay->addWidget(cmbType_);
+    panel->addWidget(cmbType_);
 
     const QStringList captions = zep_cmnd::buttonCaptions();
     for (int i = 0; i < captions.size(); ++i) {
-        auto* b = new QPushButton(captions[i], box);
+        auto* b = new QPushButton(captions[i], panel);
         b->setObjectName(QStringLiteral("cmdCommands"));
         b->setProperty("Index", i);
         connect(b, &QPushButton::clicked, this, [this, i] { cmdCommands_Click(i); });
         cmdCommands_.append(b);
-        lay->addWidget(b);
+        panel->addWidget(b);
     }
 
-    txtTo_ = new QLineEdit(box);
+    txtTo_ = new QLineEdit(panel);
     txtTo_->setObjectName(QStringLiteral("TxtTo"));
     txtTo_->setPlaceholderText(QStringLiteral("command to send"));
     txtTo_->setMinimumWidth(120);
     connect(txtTo_, &QLineEdit::returnPressed, this,
             [this] { Tbr1_ButtonClick(QStringLiteral("Send")); });
-    lay->addWidget(txtTo_);
+    panel->addWidget(txtTo_);
 
-    auto* lblZ = new QLabel(QStringLiteral("Z-pos"), box);
+    auto* lblZ = new QLabel(QStringLiteral("Z-pos"), panel);
     lblZ->setObjectName(QStringLiteral("lblZ"));
-    txtZ_ = new QLineEdit(QStringLiteral("0000"), box);
+    txtZ_ = new QLineEdit(QStringLiteral("0000"), panel);
     txtZ_->setObjectName(QStringLiteral("txtZ"));
     txtZ_->setMaxLength(4);
     txtZ_->setFixedWidth(52);
@@ -67,15 +67,14 @@ void MDIFrm::buildCommandPanel()
     lblZ->setBuddy(txtZ_);
     // Typing is checked; what the exchange fills in is not an edit.
     connect(txtZ_, &QLineEdit::textEdited, this, &MDIFrm::txtZ_Change);
-    txtZR_ = new QLineEdit(box);
+    txtZR_ = new QLineEdit(panel);
     txtZR_->setObjectName(QStringLiteral("txtZR"));
     txtZR_->setReadOnly(true);
     txtZR_->setFixedWidth(52);
     txtZR_->setToolTip(QStringLiteral("Second value of the analyzer's last zero answer"));
-    lay->addWidget(lblZ);
-    lay->addWidget(txtZ_);
-    lay->addWidget(txtZR_);
-    panel->addWidget(box);
+    panel->addWidget(lblZ);
+    panel->addWidget(txtZ_);
+    panel->addWidget(txtZR_);
 
     connect(&st_, &Station::lineBusyChanged, this, &MDIFrm::updateCommandPanel);
 }
