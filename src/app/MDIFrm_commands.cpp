@@ -13,7 +13,6 @@
 
 #include <QAction>
 #include <QComboBox>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>

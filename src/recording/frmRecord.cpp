@@ -8,7 +8,6 @@
 #include "station/SettingsKeys.h"
 #include "station/Station.h"
 
-#include <QApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFileDialog>

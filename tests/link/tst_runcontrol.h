@@ -85,8 +85,18 @@ private Q_SLOTS:
         QCOMPARE(r.st.myComm.RThreshold(), 0);
     }
 
+    // A tick asks for one record; with Stop pressed while it waits, the
+    // record still counts and no receive event comes back afterwards.
+    void timerTickAsksForOneRecord_data()
+    {
+        QTest::addColumn<bool>("stopMeanwhile");
+        QTest::addColumn<int>("threshold"); // RThreshold after the tick
+        QTest::newRow("running") << false << 7;
+        QTest::newRow("stopped while waiting") << true << 0;
+    }
     void timerTickAsksForOneRecord()
     {
+        QFETCH(bool, stopMeanwhile);
         Rig r(true);
         QVERIFY(r.run());
         // Streamed records are stale in "From Timer" mode: receive events pass them by.
@@ -98,6 +108,8 @@ private Q_SLOTS:
         QTimer answer;
         QObject::connect(&answer, &QTimer::timeout, [&] {
             if (r.line.read(6, 1) == "DATA?\r") {
+                if (stopMeanwhile)
+                    r.st.Stop();
                 r.line.write("00033\n\r");
                 answer.stop();
             }
@@ -105,28 +117,8 @@ private Q_SLOTS:
         answer.start(5);
         HTmr_Timer(r.st);
         QCOMPARE(r.values, QList<double>{33});
-        QCOMPARE(r.st.myComm.RThreshold(), 7);
-    }
-
-    // Stop pressed while a tick waits for its record: the record still
-    // counts, and no receive event comes back afterwards.
-    void stopDuringATimerPoll()
-    {
-        Rig r(true);
-        QVERIFY(r.run());
-        QTimer answer;
-        QObject::connect(&answer, &QTimer::timeout, [&] {
-            if (r.line.read(6, 1) == "DATA?\r") {
-                r.st.Stop();
-                r.line.write("00033\n\r");
-                answer.stop();
-            }
-        });
-        answer.start(5);
-        HTmr_Timer(r.st);
-        QCOMPARE(r.values, QList<double>{33});
-        QCOMPARE(r.st.myComm.RThreshold(), 0);
-        QCOMPARE(r.n.lastStatus.value(0), QStringLiteral("Stopped"));
+        QTEST(r.st.myComm.RThreshold(), "threshold");
+        QCOMPARE(r.n.lastStatus.value(0) == QLatin1String("Stopped"), stopMeanwhile);
     }
 
     // Bytes paced as a 9600 Bd line delivers them, about 1 ms apart from a
