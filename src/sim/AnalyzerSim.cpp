@@ -58,8 +58,10 @@ AnalyzerSim::AnalyzerSim(const SimConfig& config, QObject* parent)
     answers_ = config_.answers;
 
     line_.setBaud(config_.baud);
+    line_.setListen(config_.listen);
     connect(&line_, &PtyLine::received, this, &AnalyzerSim::onReceived);
     connect(&line_, &PtyLine::pulled, this, &AnalyzerSim::devicePulled);
+    connect(&line_, &PtyLine::lineAsked, this, &AnalyzerSim::lineAsked);
 
     rate_ = std::clamp(config_.readingsPerSecond, kMinSimRate, kMaxRate);
     clocked_ = rate_ >= kClockedRate;

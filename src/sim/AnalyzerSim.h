@@ -97,6 +97,8 @@ public:
     void clearLogs();
 
 Q_SIGNALS:
+    // A network client set the line settings ("19200,e,8,1").
+    void lineAsked(const QString& settings);
     void commandReceived(const QByteArray& command);
     void recordSent(int address, int value);
     void devicePulled();

@@ -1,5 +1,7 @@
 #include "sim/PtyLine.h"
 
+#include "sim/NetLineEnd.h"
+
 #include <QSocketNotifier>
 #include <cerrno>
 #include <cstring>
@@ -41,6 +43,21 @@ bool PtyLine::open(QString* error)
     };
     if (isOpen())
         return true;
+    if (listen_.isNetwork()) {
+        net_ = new NetLineEnd(this);
+        if (!net_->listen(listen_, error)) {
+            delete net_;
+            net_ = nullptr;
+            return false;
+        }
+        path_ = net_->url();
+        connect(net_, &NetLineEnd::received, this, &PtyLine::received);
+        connect(net_, &NetLineEnd::lineAsked, this, [this](const QString& settings, int baud) {
+            setBaud(baud);
+            Q_EMIT lineAsked(settings);
+        });
+        return true;
+    }
     if (::openpty(&master_, &slave_, nullptr, nullptr, nullptr) < 0) {
         master_ = slave_ = -1;
         return fail("Can't create a pseudo-terminal");
@@ -75,6 +92,8 @@ void PtyLine::closeFds()
     tick_.stop();
     delete notifier_;
     notifier_ = nullptr;
+    delete net_;
+    net_ = nullptr;
     if (master_ >= 0)
         ::close(master_);
     if (slave_ >= 0)
@@ -162,6 +181,11 @@ qint64 PtyLine::busyForNs() const
 qsizetype PtyLine::writeHead(qsizetype max)
 {
     Chunk& head = queue_.front();
+    if (net_ != nullptr) {
+        const qint64 n = net_->write(head.bytes.constData() + head.done, max);
+        head.done += n;
+        return n;
+    }
     for (;;) {
         const ssize_t n = ::write(master_, head.bytes.constData() + head.done, size_t(max));
         if (n >= 0) {

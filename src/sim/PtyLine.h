@@ -1,5 +1,7 @@
 #pragma once
 
+#include "net/PortAddress.h"
+
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
@@ -8,6 +10,7 @@
 #include <deque>
 #include <functional>
 
+class NetLineEnd;
 class QSocketNotifier;
 
 // The analyzer's end of a serial line, made of a pseudo-terminal. The station
@@ -27,7 +30,8 @@ public:
 
     // Creates the pseudo-terminal in raw mode; false, with a reason, on failure.
     bool open(QString* error = nullptr);
-    bool isOpen() const { return master_ >= 0; }
+    bool isOpen() const { return master_ >= 0 || net_ != nullptr; }
+    void setListen(const PortAddress& address) { listen_ = address; }
     QString ttyPath() const { return path_; }
 
     void setBaud(int baud) { baud_ = qMax(50, baud); }
@@ -53,6 +57,8 @@ public:
 Q_SIGNALS:
     void received(const QByteArray& bytes);
     void pulled();
+    // A network client set the line ("19200,e,8,1"); pacing follows its baud rate.
+    void lineAsked(const QString& settings);
 
 private:
     struct Chunk
@@ -72,6 +78,8 @@ private:
     void finishHead();
     void closeFds();
 
+    NetLineEnd* net_ = nullptr;
+    PortAddress listen_;
     int master_ = -1;
     int slave_ = -1;
     QString path_;

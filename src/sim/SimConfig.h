@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QList>
 #include <QMap>
+#include "net/PortAddress.h"
+
 #include <QString>
 #include <optional>
 
@@ -87,6 +89,8 @@ struct SimConfig
     AnswerFault answers = AnswerFault::None;
     // Misbehaving analyzers by address; RS-485 lines only.
     QMap<int, LineFault> lineFaults;
+    // Served over the network at this address instead of on a pseudo-terminal.
+    PortAddress listen;
 
     bool isRs485() const { return !addresses.isEmpty(); }
 };

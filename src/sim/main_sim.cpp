@@ -125,6 +125,14 @@ SimConfig configFrom(const QCommandLineParser& cli)
         }
         c.lineFaults = *faults;
     }
+    if (cli.isSet("listen")) {
+        QString why;
+        if (!PortAddress::parse(cli.value("listen"), &c.listen, &why, true) ||
+            !c.listen.isNetwork())
+            fail(why.isEmpty() ? QStringLiteral("--listen takes tcp://HOST:PORT or "
+                                                "rfc2217://HOST:PORT")
+                               : why);
+    }
     return c;
 }
 
@@ -139,7 +147,9 @@ int main(int argc, char** argv)
     QCommandLineParser cli;
     cli.setApplicationDescription(QStringLiteral(
         "Simulated CH4/CO2 gas analyzer on a pseudo-terminal. Prints the tty to open\n"
-        "and runs until interrupted. One streaming analyzer unless --rs485 is given."));
+        "and runs until interrupted. One streaming analyzer unless --rs485 is given.\n"
+        "With --listen it is served over the network instead, as a serial device\n"
+        "server would serve it, and prints the address to connect to."));
     cli.addHelpOption();
     cli.addVersionOption();
     cli.addOptions({
@@ -176,6 +186,12 @@ int main(int argc, char** argv)
              "data reply), late (answers every command %1 ms late).")
              .arg(AnalyzerSim::kLateMs),
          "list"},
+        {"listen",
+         "Serve the line over TCP to one client at a time instead of a pseudo-terminal: "
+         "tcp://HOST:PORT (the bytes as they are) or rfc2217://HOST:PORT (telnet with the "
+         "COM port option; the line settings the client asks for are printed). HOST is the "
+         "address to bind, 127.0.0.1 for this machine only; PORT 0 takes a free port.",
+         "url"},
     });
     cli.process(app);
     if (!cli.positionalArguments().isEmpty())
@@ -189,6 +205,9 @@ int main(int argc, char** argv)
         fail(QStringLiteral("can't catch SIGINT and SIGTERM"));
     QObject::connect(&sim, &AnalyzerSim::devicePulled,
                      [] { std::fprintf(stderr, "velmora-sim: line closed (device pulled)\n"); });
+    QObject::connect(&sim, &AnalyzerSim::lineAsked, [](const QString& settings) {
+        std::fprintf(stderr, "velmora-sim: client set the line to %s\n", qPrintable(settings));
+    });
 
     std::printf("%s\n", qPrintable(sim.ttyPath()));
     std::fflush(stdout);

@@ -28,6 +28,33 @@ QString CommPort::deviceName() const
     return portName_.isEmpty() ? deviceForNumber(number_) : portName_;
 }
 
+bool CommPort::isNetwork() const
+{
+    return portName_.contains(QLatin1String("://"));
+}
+
+NetPort& CommPort::net()
+{
+    if (net_ == nullptr) {
+        net_ = new NetPort(this);
+        connect(net_, &NetPort::readyRead, this, &CommPort::onReadyRead);
+        connect(net_, &NetPort::lost, this, &CommPort::onNetLost);
+        connect(net_, &NetPort::settingRefused, this, &CommPort::lineNote);
+    }
+    return *net_;
+}
+
+NetPort::Line CommPort::netLine() const
+{
+    NetPort::Line l;
+    l.baud = quint32(baud_);
+    l.dataBits = quint8(dataBits_);
+    const char parities[] = {'n', '?', 'e', 'o', 's', 'm'}; // QSerialPort::Parity order
+    l.parity = parities[qBound(0, int(parity_), 5)];
+    l.stopBits = quint8(stopBits_); // 1, 2, and 3 for 1.5, as the telnet option counts them
+    return l;
+}
+
 bool CommPort::setSettings(const QString& s, QString* error)
 {
     auto fail = [&](const QString& why) {
@@ -75,6 +102,8 @@ bool CommPort::setSettings(const QString& s, QString* error)
     parity_ = parity;
     dataBits_ = QSerialPort::DataBits(data);
     stopBits_ = stop;
+    if (net_ != nullptr && net_->isOpen())
+        net_->setLine(netLine());
     if (port_.isOpen()) {
         port_.setBaudRate(baud_);
         port_.setParity(parity_);
@@ -86,19 +115,34 @@ bool CommPort::setSettings(const QString& s, QString* error)
 
 bool CommPort::PortOpen() const
 {
-    return port_.isOpen();
+    return port_.isOpen() || (net_ != nullptr && net_->isOpen());
 }
 
 bool CommPort::setPortOpen(bool open)
 {
-    if (open == port_.isOpen())
+    if (open == PortOpen())
         return true;
     if (!open) {
+        if (net_ != nullptr)
+            net_->close();
         port_.close();
         Q_EMIT openChanged(false);
         return true;
     }
     const QString device = deviceName();
+    PortAddress address;
+    if (!PortAddress::parse(device, &address, &lastError_))
+        return false;
+    if (address.isNetwork()) {
+        QString why;
+        if (!net().open(address, netLine(), &why)) {
+            lastError_ = QStringLiteral("Can't open port %1: %2").arg(device, why);
+            return false;
+        }
+        lastError_.clear();
+        Q_EMIT openChanged(true);
+        return true;
+    }
     port_.setPortName(device);
     if (!port_.open(QIODevice::ReadWrite)) {
         lastError_ = QStringLiteral("Can't open port %1: %2").arg(device, port_.errorString());
@@ -119,7 +163,7 @@ void CommPort::setRThreshold(int n)
 {
     rThreshold_ = qMax(0, n);
     // Bytes already waiting count as reaching the new threshold.
-    if (rThreshold_ > 0 && port_.isOpen() && port_.bytesAvailable() >= rThreshold_)
+    if (rThreshold_ > 0 && PortOpen() && available() >= rThreshold_)
         QMetaObject::invokeMethod(this, &CommPort::onReadyRead, Qt::QueuedConnection);
 }
 
@@ -128,25 +172,43 @@ void CommPort::setInBufferSize(int n)
     port_.setReadBufferSize(qMax(0, n));
 }
 
+qint64 CommPort::available() const
+{
+    if (net_ != nullptr && net_->isOpen())
+        return net_->bytesAvailable();
+    return port_.isOpen() ? port_.bytesAvailable() : 0;
+}
+
+QByteArray CommPort::take(qint64 n)
+{
+    if (net_ != nullptr && net_->isOpen())
+        return n > 0 ? net_->read(n) : net_->readAll();
+    if (!port_.isOpen())
+        return {};
+    return n > 0 ? port_.read(n) : port_.readAll();
+}
+
 int CommPort::InBufferCount() const
 {
-    return port_.isOpen() ? int(port_.bytesAvailable()) : 0;
+    return int(available());
 }
 
 QByteArray CommPort::Input()
 {
-    if (!port_.isOpen())
-        return {};
-    return inputLen_ > 0 ? port_.read(inputLen_) : port_.readAll();
+    return take(inputLen_);
 }
 
 QByteArray CommPort::InputAll()
 {
-    return port_.isOpen() ? port_.readAll() : QByteArray();
+    return take(0);
 }
 
 void CommPort::discardInput()
 {
+    if (net_ != nullptr && net_->isOpen()) {
+        net_->discardInput();
+        return;
+    }
     if (!port_.isOpen())
         return;
     port_.readAll();
@@ -156,6 +218,8 @@ void CommPort::discardInput()
 
 bool CommPort::Output(const QByteArray& bytes)
 {
+    if (net_ != nullptr && net_->isOpen())
+        return net_->write(bytes);
     if (!port_.isOpen())
         return false;
     if (port_.write(bytes) != bytes.size())
@@ -169,12 +233,20 @@ void CommPort::onReadyRead()
     // Records that arrive together are delivered one event each: the event
     // is raised again while enough bytes wait and the handler keeps taking
     // them (one that takes nothing, as in "From Timer" mode, ends the round).
-    while (rThreshold_ > 0 && port_.isOpen() && port_.bytesAvailable() >= rThreshold_) {
-        const qint64 before = port_.bytesAvailable();
+    while (rThreshold_ > 0 && PortOpen() && available() >= rThreshold_) {
+        const qint64 before = available();
         raise(comEvReceive);
-        if (!port_.isOpen() || port_.bytesAvailable() >= before)
+        if (!PortOpen() || available() >= before)
             break;
     }
+}
+
+void CommPort::onNetLost(const QString& why)
+{
+    lastError_ = QStringLiteral("Port %1: %2").arg(deviceName(), why);
+    Q_EMIT openChanged(false);
+    Q_EMIT deviceLost();
+    raise(comEventConnectionLost);
 }
 
 void CommPort::onError(QSerialPort::SerialPortError error)
@@ -230,6 +302,9 @@ QString CommPort::eventText(int event)
         return QStringLiteral("read error on the port (device gone?); the port was closed");
     case comEventWriteError:
         return QStringLiteral("write error on the port");
+    case comEventConnectionLost:
+        return QStringLiteral(
+            "the device server closed or dropped the connection; the port was closed");
     default:
         return QStringLiteral("line event %1").arg(event);
     }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "net/NetPort.h"
+#include "net/PortAddress.h"
+
 #include <QByteArray>
 #include <QObject>
 #include <QSerialPort>
@@ -9,6 +12,9 @@
 // communications control (port number, settings string, PortOpen, RThreshold,
 // InputLen, InBufferCount, Input, Output, CommEvent, OnComm) on top of
 // QSerialPort, so that each procedure reads like the operation it performs.
+// A port name "tcp://HOST:PORT" or "rfc2217://HOST:PORT" reaches the line
+// through a serial device server instead (NetPort); nothing above this
+// object needs to know which kind of port it has.
 class CommPort : public QObject
 {
     Q_OBJECT
@@ -26,6 +32,7 @@ public:
         comEventDeviceGone = 1100, // the device vanished (USB adapter pulled, peer closed)
         comEventReadError = 1101,
         comEventWriteError = 1102,
+        comEventConnectionLost = 1103, // the device server closed or dropped the connection
     };
 
     explicit CommPort(QObject* parent = nullptr);
@@ -43,6 +50,8 @@ public:
     // The device that PortOpen = true opens.
     QString deviceName() const;
     QString deviceForNumber(int n) const;
+    // True when the port name points at a device server.
+    bool isNetwork() const;
 
     // Line settings "baud,parity,data,stop", e.g. "9600,n,8,1".
     QString Settings() const { return settings_; }
@@ -80,13 +89,22 @@ Q_SIGNALS:
     void openChanged(bool open);
     // The device vanished or the line failed; the port has been closed.
     void deviceLost();
+    // Something about the line worth telling the operator, such as a device
+    // server that runs the line at other settings than those asked for.
+    void lineNote(const QString& text);
 
 private:
+    NetPort::Line netLine() const;
+    NetPort& net();
+    void onNetLost(const QString& why);
+    qint64 available() const;
+    QByteArray take(qint64 n);
     void onReadyRead();
     void onError(QSerialPort::SerialPortError error);
     void raise(int event);
 
     QSerialPort port_;
+    NetPort* net_ = nullptr; // made when a network port is first opened
     int number_ = 2;
     QString portName_;
     QString pattern_ = QStringLiteral("/dev/ttyS%1");

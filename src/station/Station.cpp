@@ -17,6 +17,8 @@ Station::Station(Notifier& notifier, QObject* parent) : QObject(parent), notifie
 {
     HTmr.setTimerType(Qt::PreciseTimer);
     myComm.setCommPort(ncom);
+    // A device server that runs the line otherwise than asked: said, not asked.
+    connect(&myComm, &CommPort::lineNote, this, [this](const QString& text) { notifier_.note(text); });
 }
 
 void Station::deliver(double value, const QByteArray& reply)

@@ -212,7 +212,8 @@ private Q_SLOTS:
         QFETCH(QString, said);
         StationProcess st;
         st.start(ini + "User=operator\nPassword=s3cret-pw\n");
-        QVERIFY(QTest::qWaitFor([&] { return st.errors().contains(said); }, 8000));
+        QVERIFY2(QTest::qWaitFor([&] { return st.errors().contains(said); }, 8000),
+                 qPrintable(st.errors()));
         // Readings go on, at their rate, and the secret stays out of the log.
         const int now = st.readings();
         QVERIFY(QTest::qWaitFor([&] { return st.readings() >= now + 10; }, 3000));

@@ -27,6 +27,16 @@ fail() {
   failures=$((failures + 1))
 }
 
+# Which program holds which pseudo-terminal: said when the recorder can't open its own.
+pty_holders() {
+  local fd
+  for fd in /proc/[0-9]*/fd/*; do
+    case $(readlink "$fd" 2>/dev/null) in
+    /dev/pts/*) echo "$(cut -d/ -f3 <<<"$fd"):$(cat "/proc/$(cut -d/ -f3 <<<"$fd")/comm" 2>/dev/null):$(readlink "$fd")" ;;
+    esac
+  done | sort -u | tr '\n' ' '
+}
+
 # Waits up to $1 seconds for the command after it to succeed.
 wait_for() {
   local limit=$(($1 * 10))
@@ -157,7 +167,11 @@ mkdir -p "$config" "$state" "$tmp/home"
 "$root/usr/bin/velmora-sim" --rate 5 >"$tmp/sim.out" 2>"$tmp/sim.err" &
 sim_pid=$!
 wait_for 10 grep -q '^/dev/' "$tmp/sim.out" || fail "velmora-sim printed no tty"
-printf '[COMPORTS]\r\nPortName=%s\r\n' "$(head -n1 "$tmp/sim.out")" >"$config/Tervala.ini"
+# The recorder opens the tty through a name of its own, as a udev by-id link
+# would be: the serial lock then names that link, not a /dev/pts number that
+# other programs on this machine may have used and locked before.
+ln -s "$(head -n1 "$tmp/sim.out")" "$tmp/ttyANALYZER"
+printf '[COMPORTS]\r\nPortName=%s\r\n' "$tmp/ttyANALYZER" >"$config/Tervala.ini"
 # shellcheck disable=SC2086 # ExecStart's arguments are split as systemd does
 (cd "$state" && exec env HOME="$tmp/home" XDG_CONFIG_HOME="$config" \
   "$root$program" ${exec_start#"$program"} >"$tmp/rec.out" 2>"$tmp/rec.err") &
@@ -173,7 +187,9 @@ if wait_for 20 grep -qE '^[0-9T:-]+ [0-9]+ [0-9.]+$' "$tmp/rec.out"; then
   ls "$state"/*.dat >/dev/null 2>&1 || fail "no data file in the working directory"
   grep -qs '^Stop-' "$state"/*.txt || fail "no Stop- line after $signal"
 else
-  fail "recorder printed no reading: $(cat "$tmp/rec.err")"
+  fail "recorder printed no reading: $(cat "$tmp/rec.err")
+serial locks: $(head -n3 /var/lock/LCK..* /run/lock/LCK..* /tmp/LCK..* 2>/dev/null | tr '\n' ' ')
+ptys open: $(pty_holders)"
 fi
 
 if [ "$failures" -ne 0 ]; then
