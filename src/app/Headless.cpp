@@ -1,6 +1,7 @@
 #include "app/Headless.h"
 
 #include "alarms/AlarmCheck.h"
+#include "link/PortWatch.h"
 #include "link/RunControl.h"
 #include "mqtt/MqttPublisher.h"
 #include "recording/DataRecorder.h"
@@ -75,11 +76,13 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         return 1;
     }
     std::function<void()> onQuit;
+    bool quitAsked = false;
     QSocketNotifier sigWatch(signalFds[1], QSocketNotifier::Read);
     QObject::connect(&sigWatch, &QSocketNotifier::activated, &app, [&] {
         char c;
         (void)::read(signalFds[1], &c, 1);
         sigWatch.setEnabled(false);
+        quitAsked = true;
         if (onQuit)
             onQuit();
     });
@@ -107,6 +110,14 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         publisher.flush();
         return rc;
     };
+    // A device server that is down at start is waited for; a name that
+    // can't be used, or a local port that can't be opened, ends the run.
+    if (!PortWatch::reachAtStart(st, [&quitAsked] { return quitAsked; })) {
+        if (quitAsked)
+            return done(0);
+        notifier.message(st.myComm.lastError());
+        return done(1);
+    }
     if (options.rs485)
         return done(flushed(runHeadlessLine(app, st, options, onQuit)));
 

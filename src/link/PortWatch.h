@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <functional>
 
 class Station;
 
@@ -21,6 +22,13 @@ public:
 
     static PortWatch& of(Station& station);
     bool lost() const { return retry_.isActive(); }
+
+    // At start, a device server that can't be reached yet is waited for as
+    // a lost port is: said once with the time, tried about once a second
+    // (events are served meanwhile) until it answers or `stop` says so.
+    // True once the port is open; a local port or a malformed name is only
+    // tried once, and its reason is left in the port's lastError().
+    static bool reachAtStart(Station& st, const std::function<bool()>& stop);
 
 private:
     explicit PortWatch(Station& st);

@@ -102,6 +102,7 @@ bool NetPort::open(const PortAddress& address, const Line& line, QString* error)
     decoder_ = Decoder();
     agreed_.clear();
     comPortAgreed_ = false;
+    answered_ = 0;
 
     connecting_ = true;
     QEventLoop loop;
@@ -170,6 +171,19 @@ void NetPort::setLine(const Line& line)
     line_ = line;
     if (comPortAgreed_ && socket_.state() == QAbstractSocket::ConnectedState)
         sendLine();
+}
+
+QString NetPort::lineInForce() const
+{
+    if (answered_ != 0xF)
+        return {};
+    const char* parities = "?noems";
+    return QStringLiteral("%1,%2,%3,%4")
+        .arg(inForce_.baud)
+        .arg(QLatin1Char(parities[qMin<int>(inForce_.parity, 5)]))
+        .arg(inForce_.dataBits)
+        .arg(inForce_.stopBits == StopOneAndHalf ? QStringLiteral("1.5")
+                                                 : QString::number(inForce_.stopBits));
 }
 
 void NetPort::sendLine()
@@ -289,6 +303,8 @@ void NetPort::onTelnet(const Event& e)
     switch (command) {
     case SetBaudRate + kServerReply: {
         const quint32 baud = baudOf(value);
+        inForce_.baud = baud;
+        answered_ |= 1;
         if (baud != 0 && baud != line_.baud)
             Q_EMIT settingRefused(
                 QStringLiteral("%1 runs the line at %2 Bd, not the %3 Bd asked for")
@@ -298,6 +314,8 @@ void NetPort::onTelnet(const Event& e)
         break;
     }
     case SetDataSize + kServerReply:
+        inForce_.dataBits = quint8(value.isEmpty() ? 0 : value[0]);
+        answered_ |= 2;
         if (value.size() == 1 && value[0] != 0 && quint8(value[0]) != line_.dataBits)
             Q_EMIT settingRefused(
                 QStringLiteral("%1 runs the line with %2 data bits, not the %3 asked for")
@@ -306,20 +324,25 @@ void NetPort::onTelnet(const Event& e)
                     .arg(line_.dataBits));
         break;
     case SetParity + kServerReply:
+        inForce_.parity = value.isEmpty() ? 0 : value[0]; // kept as the option's code
+        answered_ |= 4;
         if (value.size() == 1 && value[0] != 0 && quint8(value[0]) != parityCode(line_.parity))
             Q_EMIT settingRefused(QStringLiteral("%1 runs the line with %2, not the %3 asked for")
                                       .arg(where, parityName(quint8(value[0])),
                                            parityName(parityCode(line_.parity))));
         break;
     case SetStopSize + kServerReply:
+        inForce_.stopBits = quint8(value.isEmpty() ? 0 : value[0]);
+        answered_ |= 8;
         if (value.size() == 1 && value[0] != 0 && quint8(value[0]) != line_.stopBits)
             Q_EMIT settingRefused(
                 QStringLiteral("%1 runs the line with %2, not the %3 asked for")
                     .arg(where, stopName(quint8(value[0])), stopName(line_.stopBits)));
         break;
     default: // line and modem state notifications, flow control, purge: nothing to do
-        break;
+        return;
     }
+    Q_EMIT lineAnswered();
 }
 
 void NetPort::onDisconnected()

@@ -46,6 +46,9 @@ public:
     bool isOpen() const { return open_; }
 
     void setLine(const Line& line);
+    // The line as an RFC 2217 server last said it runs it ("19200,e,8,1");
+    // empty before its first answer and on raw TCP.
+    QString lineInForce() const;
     qint64 bytesAvailable() const { return buffer_.size(); }
     QByteArray read(qint64 n);
     QByteArray readAll();
@@ -60,6 +63,8 @@ Q_SIGNALS:
     void lost(const QString& why);
     // An RFC 2217 server runs the line otherwise than asked.
     void settingRefused(const QString& text);
+    // An RFC 2217 server answered a line setting.
+    void lineAnswered();
 
 private:
     void onReadyRead();
@@ -72,6 +77,8 @@ private:
     QTimer linger_;
     PortAddress address_;
     Line line_;
+    Line inForce_;
+    int answered_ = 0; // which of baud, data, parity, stop the server has answered (bits)
     telnet::Decoder decoder_;
     QByteArray buffer_;
     bool open_ = false;

@@ -3,6 +3,9 @@
 using namespace telnet;
 
 namespace {
+const QList<quint32> kUartRates = {300,   600,   1200,   2400,   4800,   9600,  19200,
+                                   38400, 57600, 115200, 230400, 460800, 921600};
+
 char parityLetter(quint8 code)
 {
     switch (code) {
@@ -23,6 +26,15 @@ char parityLetter(quint8 code)
 NetLineEnd::NetLineEnd(QObject* parent) : QObject(parent), server_(this)
 {
     connect(&server_, &QTcpServer::newConnection, this, &NetLineEnd::onNewConnection);
+}
+
+NetLineEnd::~NetLineEnd()
+{
+    // The client's socket goes with the server, and a socket that goes
+    // while connected says so: that must not reach this half-gone object.
+    for (QTcpSocket* s : server_.findChildren<QTcpSocket*>())
+        s->disconnect(this);
+    server_.close();
 }
 
 bool NetLineEnd::listen(const PortAddress& address, QString* error)
@@ -126,7 +138,9 @@ void NetLineEnd::onTelnet(const Event& e)
     bool lineChanged = true;
     switch (command) {
     case SetBaudRate:
-        if (baudOf(value) != 0)
+        // A UART of a device server runs the usual rates only; asked for
+        // another, it keeps the one it has and says so in its answer.
+        if (kUartRates.contains(baudOf(value)))
             baud_ = baudOf(value);
         client_->write(comPortBaud(command + kServerReply, baud_));
         break;

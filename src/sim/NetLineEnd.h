@@ -18,6 +18,7 @@ class NetLineEnd : public QObject
     Q_OBJECT
 public:
     explicit NetLineEnd(QObject* parent = nullptr);
+    ~NetLineEnd() override;
 
     // Listens on the address (port 0 picks a free one); false, with a reason.
     bool listen(const PortAddress& address, QString* error);

@@ -40,6 +40,7 @@ NetPort& CommPort::net()
         connect(net_, &NetPort::readyRead, this, &CommPort::onReadyRead);
         connect(net_, &NetPort::lost, this, &CommPort::onNetLost);
         connect(net_, &NetPort::settingRefused, this, &CommPort::lineNote);
+        connect(net_, &NetPort::lineAnswered, this, &CommPort::serverSettingsChanged);
     }
     return *net_;
 }
@@ -243,7 +244,7 @@ void CommPort::onReadyRead()
 
 void CommPort::onNetLost(const QString& why)
 {
-    lastError_ = QStringLiteral("Port %1: %2").arg(deviceName(), why);
+    lastError_ = why;
     Q_EMIT openChanged(false);
     Q_EMIT deviceLost();
     raise(comEventConnectionLost);

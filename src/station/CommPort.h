@@ -52,6 +52,8 @@ public:
     QString deviceForNumber(int n) const;
     // True when the port name points at a device server.
     bool isNetwork() const;
+    // The line settings an RFC 2217 server says it runs; empty otherwise.
+    QString serverSettings() const { return net_ != nullptr ? net_->lineInForce() : QString(); }
 
     // Line settings "baud,parity,data,stop", e.g. "9600,n,8,1".
     QString Settings() const { return settings_; }
@@ -92,6 +94,8 @@ Q_SIGNALS:
     // Something about the line worth telling the operator, such as a device
     // server that runs the line at other settings than those asked for.
     void lineNote(const QString& text);
+    // An RFC 2217 server answered a line setting (serverSettings() has it).
+    void serverSettingsChanged();
 
 private:
     NetPort::Line netLine() const;

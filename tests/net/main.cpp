@@ -1,0 +1,4 @@
+#include "TestMain.h"
+#include "tst_net.h"
+
+VELMORA_TEST_MAIN(TelnetTest, NetLinkTest, Ser2netTest)
