@@ -2,6 +2,7 @@
 
 #include "link/RunControl.h"
 #include "link/frmSet.h"
+#include "net/PortAddress.h"
 #include "station/IniFile.h"
 #include "station/SettingsKeys.h"
 #include "station/Station.h"
@@ -14,12 +15,15 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHash>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
 #include <QScrollBar>
 #include <QSerialPortInfo>
+#include <QSpinBox>
 #include <QVBoxLayout>
 
 namespace {
@@ -66,6 +70,46 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     cmbPortName_ = new QComboBox(this);
     cmbPortName_->setObjectName(QStringLiteral("cmbPortName"));
     fillPortNames();
+    lblPortKind_ = new QLabel(this);
+    lblPortKind_->setObjectName(QStringLiteral("lblPortKind"));
+
+    // A line behind a serial device server: raw TCP or telnet with the COM
+    // port option, at HOST:PORT.
+    auto* framNet = new QGroupBox(QStringLiteral("Device server"), this);
+    framNet->setObjectName(QStringLiteral("framNet"));
+    cmbNetKind_ = new QComboBox(framNet);
+    cmbNetKind_->setObjectName(QStringLiteral("cmbNetKind"));
+    cmbNetKind_->addItem(QStringLiteral("Raw TCP"), int(PortAddress::Kind::RawTcp));
+    cmbNetKind_->addItem(QStringLiteral("RFC 2217"), int(PortAddress::Kind::Rfc2217));
+    txtNetHost_ = new QLineEdit(framNet);
+    txtNetHost_->setObjectName(QStringLiteral("txtNetHost"));
+    txtNetHost_->setPlaceholderText(QStringLiteral("name or address"));
+    txtNetPort_ = new QSpinBox(framNet);
+    txtNetPort_->setObjectName(QStringLiteral("txtNetPort"));
+    txtNetPort_->setRange(1, 65535);
+    txtNetPort_->setValue(4001);
+    cmdNetUse_ = new QPushButton(QStringLiteral("&Use"), framNet);
+    cmdNetUse_->setObjectName(QStringLiteral("cmdNetUse"));
+    lblNetError_ = new QLabel(framNet);
+    lblNetError_->setObjectName(QStringLiteral("lblNetError"));
+    lblNetError_->setWordWrap(true);
+    lblNetError_->hide();
+    auto* netLay = new QGridLayout(framNet);
+    auto* lblNetKind = new QLabel(QStringLiteral("&Kind"), framNet);
+    lblNetKind->setBuddy(cmbNetKind_);
+    netLay->addWidget(lblNetKind, 0, 0);
+    netLay->addWidget(cmbNetKind_, 0, 1, 1, 2);
+    auto* lblNetHost = new QLabel(QStringLiteral("&Host"), framNet);
+    lblNetHost->setBuddy(txtNetHost_);
+    netLay->addWidget(lblNetHost, 1, 0);
+    netLay->addWidget(txtNetHost_, 1, 1, 1, 2);
+    auto* lblNetPort = new QLabel(QStringLiteral("&Port"), framNet);
+    lblNetPort->setBuddy(txtNetPort_);
+    netLay->addWidget(lblNetPort, 2, 0);
+    netLay->addWidget(txtNetPort_, 2, 1);
+    netLay->addWidget(cmdNetUse_, 2, 2);
+    netLay->addWidget(lblNetError_, 3, 0, 1, 3);
+    showPort();
 
     auto* cmdSave = new QPushButton(QStringLiteral("Save"), this);
     cmdSave->setObjectName(QStringLiteral("cmdSave"));
@@ -92,6 +136,7 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     lblDevice->setBuddy(cmbPortName_);
     grid->addWidget(lblDevice, 2, 0);
     grid->addWidget(cmbPortName_, 2, 1, 1, 2);
+    grid->addWidget(lblPortKind_, 3, 1, 1, 2);
 
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(cmdFormat);
@@ -102,6 +147,7 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     lay->addWidget(chkAllData_);
     lay->addWidget(framSyn);
     lay->addLayout(grid);
+    lay->addWidget(framNet);
     lay->addLayout(buttons);
 
     if (st_.synchroFromTimer)
@@ -116,6 +162,7 @@ frmCOM::frmCOM(Station& st, QWidget* parent) : QDialog(parent), st_(st)
     connect(optTime_, &QRadioButton::clicked, this, &frmCOM::optTime_Click);
     connect(optDevice_, &QRadioButton::clicked, this, &frmCOM::optDevice_Click);
     connect(cmbPortName_, &QComboBox::activated, this, &frmCOM::cmbPortName_Click);
+    connect(cmdNetUse_, &QPushButton::clicked, this, &frmCOM::cmdNetUse_Click);
     connect(cmdSave, &QPushButton::clicked, this, &frmCOM::cmdSave_Click);
     connect(cmdClose, &QPushButton::clicked, this, &QDialog::accept);
     connect(cmdFormat, &QPushButton::clicked, this, [this] {
@@ -181,12 +228,82 @@ void frmCOM::scrCom_Change()
     st_.portName.clear();
     cmbPortName_->setCurrentIndex(0);
     st_.applyPortSettings();
+    showPort();
 }
 
 void frmCOM::cmbPortName_Click()
 {
     st_.portName = cmbPortName_->currentData().toString();
     st_.applyPortSettings();
+    showPort();
+}
+
+void frmCOM::cmdNetUse_Click()
+{
+    PortAddress a;
+    a.kind = PortAddress::Kind(cmbNetKind_->currentData().toInt());
+    a.host = txtNetHost_->text().trimmed();
+    // An IPv6 address typed with its brackets: the name gets them once. A
+    // bracketed host without a colon stays as typed and is refused below.
+    if (a.host.startsWith(u'[') && a.host.endsWith(u']') && a.host.contains(u':'))
+        a.host = a.host.mid(1, a.host.size() - 2);
+    a.port = quint16(txtNetPort_->value());
+    PortAddress checked;
+    QString error;
+    if (!PortAddress::parse(a.toString(), &checked, &error)) {
+        lblNetError_->setText(error);
+        lblNetError_->show();
+        return;
+    }
+    // Chosen as if it were picked from the list of devices.
+    const QString name = checked.toString();
+    int i = cmbPortName_->findData(name);
+    if (i < 0) {
+        cmbPortName_->addItem(name, name);
+        i = cmbPortName_->count() - 1;
+    }
+    cmbPortName_->setCurrentIndex(i);
+    cmbPortName_Click();
+}
+
+void frmCOM::showPort()
+{
+    PortAddress a;
+    QString error;
+    if (!PortAddress::parse(st_.portName, &a, &error)) {
+        lblPortKind_->setText(QStringLiteral("Unusable port name"));
+        lblNetError_->setText(error);
+        lblNetError_->show();
+        return;
+    }
+    lblNetError_->clear();
+    lblNetError_->hide();
+    switch (a.kind) {
+    case PortAddress::Kind::Local:
+        lblPortKind_->setText(QStringLiteral("Local port"));
+        return;
+    case PortAddress::Kind::RawTcp:
+        lblPortKind_->setText(QStringLiteral("Raw TCP (device server)"));
+        break;
+    case PortAddress::Kind::Rfc2217:
+        lblPortKind_->setText(QStringLiteral("RFC 2217 (device server)"));
+        break;
+    }
+    cmbNetKind_->setCurrentIndex(cmbNetKind_->findData(int(a.kind)));
+    txtNetHost_->setText(a.host);
+    txtNetPort_->setValue(a.port);
+}
+
+void frmCOM::keyPressEvent(QKeyEvent* e)
+{
+    // Return in the device server's host or port uses that address; it
+    // would otherwise close the dialog through its default button.
+    const bool enter = e->key() == Qt::Key_Return || e->key() == Qt::Key_Enter;
+    if (enter && (txtNetHost_->hasFocus() || txtNetPort_->hasFocus())) {
+        cmdNetUse_Click();
+        return;
+    }
+    QDialog::keyPressEvent(e);
 }
 
 void frmCOM::optTime_Click()

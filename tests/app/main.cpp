@@ -1,4 +1,5 @@
 #include "TestMain.h"
 #include "tst_app.h"
 
-VELMORA_TEST_MAIN(MainFrameTest, CommandPanelTest, ViewsTest, OperatorShiftTest, HeadlessTest)
+VELMORA_TEST_MAIN(MainFrameTest, CommandPanelTest, ViewsTest, OperatorShiftTest, ComDialogTest,
+                  HeadlessTest)

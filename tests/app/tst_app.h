@@ -66,6 +66,14 @@ private Q_SLOTS:
     void shift();
 };
 
+class ComDialogTest : public FreshConfigTest
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void devicePort_data();
+    void devicePort();
+};
+
 class HeadlessTest : public QObject
 {
     Q_OBJECT
