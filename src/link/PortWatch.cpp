@@ -35,8 +35,8 @@ void PortWatch::onLost()
         return;
     const QDateTime now = QDateTime::currentDateTime();
     // A device server's connection says why it went; a vanished device doesn't.
-    const QString why = st_.myComm.isNetwork() ? QStringLiteral(" (%1)").arg(st_.myComm.lastError())
-                                               : QString();
+    const QString why =
+        st_.myComm.isNetwork() ? QStringLiteral(" (%1)").arg(st_.myComm.lastError()) : QString();
     st_.notifier().note(QStringLiteral("%1: port %2 lost%3; trying it again every second")
                             .arg(clockText(now), st_.myComm.deviceName(), why));
     Q_EMIT st_.portLost(now);

@@ -72,7 +72,8 @@ private:
     // it again just as the test's own client comes.
     static bool listening(int port)
     {
-        const QByteArray local = ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
+        const QByteArray local =
+            ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
         for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
             QFile f(QString::fromLatin1(table));
             if (!f.open(QIODevice::ReadOnly))

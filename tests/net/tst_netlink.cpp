@@ -22,10 +22,13 @@ void NetLinkTest::readingsOverTheNetwork_data()
 {
     QTest::addColumn<QString>("listen");
     QTest::addColumn<QString>("asked"); // what an RFC 2217 server hears
-    QTest::newRow("raw TCP") << "tcp://127.0.0.1:0" << "";
-    QTest::newRow("RFC 2217") << "rfc2217://127.0.0.1:0" << "19200,e,7,2";
+    QTest::newRow("raw TCP") << "tcp://127.0.0.1:0"
+                             << "";
+    QTest::newRow("RFC 2217") << "rfc2217://127.0.0.1:0"
+                              << "19200,e,7,2";
     // A rate the server's UART can't run: it keeps 9600 and the operator is told.
-    QTest::newRow("RFC 2217, odd rate") << "rfc2217://127.0.0.1:0" << "12345,n,8,1";
+    QTest::newRow("RFC 2217, odd rate") << "rfc2217://127.0.0.1:0"
+                                        << "12345,n,8,1";
 }
 
 // Run from the device, readings in order, Stop: the station's own path over

@@ -91,8 +91,10 @@ void Ser2netTest::settingsReachTheTty_data()
     QTest::addColumn<QString>("inForce");
     QTest::addColumn<int>("speed");
     QTest::addColumn<bool>("twoStops");
-    QTest::newRow("19200,e,8,1") << "19200,e,8,1" << "19200,e,8,1" << int(B19200) << false;
-    QTest::newRow("4800,n,7,2") << "4800,n,7,2" << "4800,n,7,2" << int(B4800) << true;
+    QTest::newRow("19200,e,8,1") << "19200,e,8,1"
+                                 << "19200,e,8,1" << int(B19200) << false;
+    QTest::newRow("4800,n,7,2") << "4800,n,7,2"
+                                << "4800,n,7,2" << int(B4800) << true;
 }
 
 // The station asks a ser2net port set up for 2400,o,7,2 for other settings:
@@ -165,7 +167,8 @@ void Ser2netTest::recordingSurvivesARestart()
     for (const QByteArray& l : s.out.trimmed().split('\n'))
         printed << l.split(' ').value(1).toInt();
     QList<int> recorded;
-    const QList<QByteArray> recs = contents(s.dataFile(QStringLiteral("*.dat"))).trimmed().split('\n');
+    const QList<QByteArray> recs =
+        contents(s.dataFile(QStringLiteral("*.dat"))).trimmed().split('\n');
     for (qsizetype i = 0; i < recs.size(); ++i) {
         QVERIFY(recs[i].startsWith(QByteArray::number(i + 1).rightJustified(5, '0') + '\t'));
         recorded << recs[i].split('\t').value(2).toInt();
@@ -188,8 +191,8 @@ void Ser2netTest::lineScanAndPoll()
     Ser2net server;
     QVERIFY(server.start(tty, QStringLiteral("9600n81")));
     Program s;
-    s.start("[COMPORTS]\nPortName=" + server.telnetUrl().toLatin1() + "\nCommSettings=9600,n,8,1\n" +
-                "[INTERVAL]\nTIMER=2\n",
+    s.start("[COMPORTS]\nPortName=" + server.telnetUrl().toLatin1() +
+                "\nCommSettings=9600,n,8,1\n" + "[INTERVAL]\nTIMER=2\n",
             {"--headless", "--rs485", "--addresses", "2-6"});
     QVERIFY2(s.waitForLines(2 + 4, 20000), s.err.constData());
     QVERIFY(s.stop());
@@ -197,7 +200,8 @@ void Ser2netTest::lineScanAndPoll()
     QVERIFY(lines[0].endsWith("at Addr=003") && lines[1].endsWith("at Addr=005"));
     QVERIFY(lines[2].contains(" 003 ") && lines[3].contains(" 005 "));
     for (const char* address : {"003", "005"}) {
-        const QByteArray counts = s.err.mid(s.err.indexOf(QByteArray("velmora: ") + address + ": "));
+        const QByteArray counts =
+            s.err.mid(s.err.indexOf(QByteArray("velmora: ") + address + ": "));
         QVERIFY2(counts.contains(" 0 time-outs, 0 refused\n"), s.err.constData());
     }
 }

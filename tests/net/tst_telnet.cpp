@@ -79,8 +79,8 @@ void TelnetTest::decode_data()
     QTest::addColumn<QStringList>("events"); // "verb option" or "SB option payload-hex"
     const QByteArray rec = "00123\n\r";
     QTest::newRow("plain") << rec << rec << QStringList();
-    QTest::newRow("doubled IAC") << "a" + b({IAC, IAC}) + "b" << "a" + b({IAC}) + "b"
-                                 << QStringList();
+    QTest::newRow("doubled IAC") << "a" + b({IAC, IAC}) + "b"
+                                 << "a" + b({IAC}) + "b" << QStringList();
     QTest::newRow("negotiation") << b({IAC, DO, kComPort}) + rec + b({IAC, WILL, 1}) << rec
                                  << QStringList{"253 44", "251 1"};
     QTest::newRow("baud answer") << rec + b({IAC, SB, kComPort, 101, 0, 0, 0x4B, 0, IAC, SE}) + rec
