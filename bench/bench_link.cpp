@@ -4,7 +4,10 @@
 // record's last byte leaving the simulator to the first sink call (median and
 // p99), and the station thread's CPU time per record; then records back to
 // back at 9600, 115200 and 921600 baud, the cost of syncing a data file, and
-// what publishing to an MQTT broker adds to each reading.
+// what publishing to an MQTT broker adds to each reading. The same reading
+// runs are then made through ser2net on loopback (raw TCP in front of the
+// same kind of pty) and compared with the local pty: records accepted,
+// latency added and the station thread's CPU per reading.
 #include "link/RunControl.h"
 #include "mqtt/MqttPublisher.h"
 #include "recording/DataRecord.h"
@@ -19,10 +22,12 @@
 #include <QMutex>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <pty.h>
@@ -41,6 +46,114 @@ double threadCpuSeconds()
     return double(ts.tv_sec) + double(ts.tv_nsec) * 1e-9;
 }
 
+// Debian's ser2net on loopback in front of a tty, a raw TCP accepter on a
+// free port, from a YAML file of its own; ended by its pid.
+class Ser2netRig
+{
+public:
+    static QString program()
+    {
+        return QStandardPaths::findExecutable(QStringLiteral("ser2net"),
+                                              {QStringLiteral("/usr/sbin")});
+    }
+    Ser2netRig(const Ser2netRig&) = delete;
+    Ser2netRig& operator=(const Ser2netRig&) = delete;
+    Ser2netRig() = default;
+    ~Ser2netRig() { stop(); }
+
+    QString url() const { return QStringLiteral("tcp://127.0.0.1:%1").arg(port_); }
+
+    bool start(const QString& tty)
+    {
+        {
+            QTcpServer s;
+            if (!s.listen(QHostAddress::LocalHost, 0))
+                return false;
+            port_ = s.serverPort();
+        }
+        QFile conf(dir_.filePath(QStringLiteral("ser2net.yaml")));
+        if (!conf.open(QIODevice::WriteOnly))
+            return false;
+        conf.write("%YAML 1.1\n---\nconnection: &raw\n  accepter: tcp,127.0.0.1," +
+                   QByteArray::number(port_) + "\n  connector: serialdev," + tty.toLocal8Bit() +
+                   ",921600n81,local\n");
+        conf.close();
+        proc_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        proc_.start(program(), {QStringLiteral("-n"), QStringLiteral("-u"), QStringLiteral("-c"),
+                                conf.fileName(), QStringLiteral("-P"),
+                                dir_.filePath(QStringLiteral("ser2net.pid"))});
+        if (!proc_.waitForStarted(5000))
+            return false;
+        for (int i = 0; i < 250; ++i) {
+            if (listening(port_))
+                return true;
+            if (proc_.state() == QProcess::NotRunning)
+                return false;
+            PauseMs(20, 5);
+        }
+        return false;
+    }
+    void stop()
+    {
+        if (proc_.state() == QProcess::NotRunning)
+            return;
+        const qint64 pid = proc_.processId();
+        if (pid > 0)
+            ::kill(pid_t(pid), SIGTERM);
+        if (!proc_.waitForFinished(3000)) {
+            proc_.kill();
+            proc_.waitForFinished(3000);
+        }
+    }
+
+private:
+    // Read from the kernel's socket table: a probe connection would make
+    // ser2net open the tty and close it again.
+    static bool listening(int port)
+    {
+        const QByteArray local =
+            ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
+        for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+            QFile f(QString::fromLatin1(table));
+            if (!f.open(QIODevice::ReadOnly))
+                continue;
+            for (const QByteArray& line : f.readAll().split('\n')) {
+                const QList<QByteArray> cols = line.simplified().split(' ');
+                if (cols.size() > 3 && cols[1].endsWith(local) && cols[3] == "0A")
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    QTemporaryDir dir_;
+    QProcess proc_;
+    int port_ = 0;
+};
+
+// Which way the station reaches the line in a run.
+enum class Path
+{
+    Pty,
+    Ser2net,
+};
+
+const char* pathName(Path path)
+{
+    return path == Path::Pty ? "pty" : "tcp";
+}
+
+// What one run measured; ok is false when the run could not be made.
+struct Figures
+{
+    bool ok = false;
+    long long sent = 0;
+    long long seen = 0;
+    double p50Ms = 0;
+    double p99Ms = 0;
+    double cpuUsPerRecord = 0;
+};
+
 double percentile(std::vector<double> v, double p)
 {
     if (v.empty())
@@ -49,8 +162,10 @@ double percentile(std::vector<double> v, double p)
     return v[std::min(v.size() - 1, size_t(p * double(v.size())))];
 }
 
-void runAt(int baud, double rate, int seconds)
+Figures runAt(int baud, double rate, int seconds, Path path = Path::Pty)
 {
+    Figures out;
+    Ser2netRig rig; // outlives the station, which drops its connection first
     HeadlessNotifier notifier;
     Station st(notifier);
     wireRunControl(st);
@@ -63,7 +178,11 @@ void runAt(int baud, double rate, int seconds)
     const QString tty = host.start(config, &why);
     if (tty.isEmpty()) {
         std::fprintf(stderr, "bench: no simulator: %s\n", qPrintable(why));
-        return;
+        return out;
+    }
+    if (path == Path::Ser2net && !rig.start(tty)) {
+        std::fprintf(stderr, "bench: ser2net did not start on %s\n", qPrintable(tty));
+        return out;
     }
     QMutex lock;
     std::vector<Clock::time_point> sentAt;
@@ -79,7 +198,7 @@ void runAt(int baud, double rate, int seconds)
     st.sinks[Station::MainGraphSink] = [&](double, const QByteArray&) {
         seenAt.push_back(Clock::now());
     };
-    st.portName = tty;
+    st.portName = path == Path::Pty ? tty : rig.url();
     st.applyPortSettings();
     st.synchroFromTimer = false;
     Run(st);
@@ -88,6 +207,7 @@ void runAt(int baud, double rate, int seconds)
     const double cpu = threadCpuSeconds() - cpu0;
     st.Stop();
     PauseMs(200, 10);
+    st.myComm.setPortOpen(false);
     host.stop();
 
     QMutexLocker l(&lock);
@@ -100,37 +220,53 @@ void runAt(int baud, double rate, int seconds)
         latencyMs.push_back(
             std::chrono::duration<double, std::milli>(seenAt[i] - sentAt[i + offset]).count());
     }
-    std::printf("%6d baud, %5.0f records/s: accepted %zu / sent %zu, dropped %lld; "
+    out.ok = true;
+    out.sent = static_cast<long long>(sentAt.size());
+    out.seen = static_cast<long long>(seenAt.size());
+    out.p50Ms = percentile(latencyMs, 0.5);
+    out.p99Ms = percentile(latencyMs, 0.99);
+    out.cpuUsPerRecord = seenAt.empty() ? 0.0 : cpu / double(seenAt.size()) * 1e6;
+    std::printf("%s %6d baud, %5.0f records/s: accepted %lld / sent %lld, dropped %lld; "
                 "latency median %.3f ms, p99 %.3f ms; CPU %.1f us/record\n",
-                baud, rate, seenAt.size(), sentAt.size(), qint64(st.droppedRecords),
-                percentile(latencyMs, 0.5), percentile(latencyMs, 0.99),
-                seenAt.empty() ? 0.0 : cpu / double(seenAt.size()) * 1e6);
+                pathName(path), baud, rate, out.seen, out.sent,
+                static_cast<long long>(st.droppedRecords), out.p50Ms, out.p99Ms,
+                out.cpuUsPerRecord);
+    std::fflush(stdout);
+    return out;
 }
 // Records back to back at the line's full rate (10 bits a byte, no gap), as
 // many as the line carries every 10 ms written in one go from a thread of
 // their own to a pseudo-terminal that the station reads.
-void backToBack(int baud, int seconds)
+Figures backToBack(int baud, int seconds, Path path = Path::Pty)
 {
+    Figures out;
     int master = -1;
     int slave = -1;
     char name[256] = {};
     if (openpty(&master, &slave, name, nullptr, nullptr) != 0)
-        return;
+        return out;
     termios t{};
     tcgetattr(slave, &t);
     cfmakeraw(&t);
     tcsetattr(slave, TCSANOW, &t);
+    Ser2netRig rig; // outlives the station, which drops its connection first
+    if (path == Path::Ser2net && !rig.start(QString::fromLocal8Bit(name))) {
+        std::fprintf(stderr, "bench: ser2net did not start on %s\n", name);
+        ::close(master);
+        ::close(slave);
+        return out;
+    }
     HeadlessNotifier notifier;
     Station st(notifier);
     wireRunControl(st);
     qint64 seen = 0;
     st.sinks[Station::MainGraphSink] = [&](double, const QByteArray&) { ++seen; };
-    st.portName = QString::fromLocal8Bit(name);
+    st.portName = path == Path::Pty ? QString::fromLocal8Bit(name) : rig.url();
     st.applyPortSettings();
     st.synchroFromTimer = false;
     Run(st);
-    PauseMs(100, 10);
-    ::tcflush(master, TCIFLUSH); // "XDAT?" is not for us
+    PauseMs(path == Path::Pty ? 100 : 300, 10); // over TCP, ser2net opens the tty on connect
+    ::tcflush(master, TCIFLUSH);                // "XDAT?" is not for us
 
     const double recordsPerSecond = baud / 10.0 / 7.0;
     std::atomic<bool> done{false};
@@ -160,15 +296,55 @@ void backToBack(int baud, int seconds)
     PauseMs(300, 10); // the last records are read
     const double cpu = threadCpuSeconds() - cpu0;
     st.Stop();
-    std::printf("%6d baud back to back (%5.0f records/s): accepted %lld / sent %lld (%.2f %%), "
-                "dropped %lld; CPU %.1f us/record\n",
-                baud, recordsPerSecond, static_cast<long long>(seen), static_cast<long long>(sent),
-                sent ? 100.0 * double(seen) / double(sent) : 0.0, qint64(st.droppedRecords),
-                seen ? cpu / double(seen) * 1e6 : 0.0);
+    out.ok = true;
+    out.sent = static_cast<long long>(sent);
+    out.seen = static_cast<long long>(seen);
+    out.cpuUsPerRecord = seen ? cpu / double(seen) * 1e6 : 0.0;
+    std::printf("%s %6d baud back to back (%5.0f records/s): accepted %lld / sent %lld "
+                "(%.2f %%), dropped %lld; CPU %.1f us/record\n",
+                pathName(path), baud, recordsPerSecond, out.seen, out.sent,
+                sent ? 100.0 * double(seen) / double(sent) : 0.0,
+                static_cast<long long>(st.droppedRecords), out.cpuUsPerRecord);
     std::fflush(stdout);
     st.myComm.setPortOpen(false);
     ::close(master);
     ::close(slave);
+    return out;
+}
+double share(const Figures& f)
+{
+    return f.sent ? 100.0 * double(f.seen) / double(f.sent) : 0.0;
+}
+// The local pty and ser2net's raw TCP on loopback, from runs of this process.
+void compareNetwork(const Figures& ptyLatency, const Figures& ptyBurst, int seconds)
+{
+    if (Ser2netRig::program().isEmpty()) {
+        std::printf("network: ser2net is missing\n");
+        return;
+    }
+    const Figures netLatency = runAt(115200, 200, seconds, Path::Ser2net);
+    const Figures netBurst = backToBack(921600, seconds, Path::Ser2net);
+    if (!ptyLatency.ok || !ptyBurst.ok || !netLatency.ok || !netBurst.ok) {
+        std::printf("network: a run could not be made\n");
+        return;
+    }
+    std::printf("pty vs ser2net raw TCP on loopback:\n");
+    std::printf("  921600 baud back to back: accepted pty %lld / %lld (%.2f %%), "
+                "tcp %lld / %lld (%.2f %%)\n",
+                ptyBurst.seen, ptyBurst.sent, share(ptyBurst), netBurst.seen, netBurst.sent,
+                share(netBurst));
+    std::printf("  latency write to sink, 115200 baud 200 records/s: p50 pty %.3f ms, tcp %.3f ms, "
+                "added %.3f ms; p99 pty %.3f ms, tcp %.3f ms, added %.3f ms\n",
+                ptyLatency.p50Ms, netLatency.p50Ms, netLatency.p50Ms - ptyLatency.p50Ms,
+                ptyLatency.p99Ms, netLatency.p99Ms, netLatency.p99Ms - ptyLatency.p99Ms);
+    const auto ratio = [](double net, double local) { return local > 0 ? net / local : 0.0; };
+    std::printf("  station CPU per reading: 200 records/s pty %.1f us, tcp %.1f us (%.2fx); "
+                "921600 baud back to back pty %.1f us, tcp %.1f us (%.2fx)\n",
+                ptyLatency.cpuUsPerRecord, netLatency.cpuUsPerRecord,
+                ratio(netLatency.cpuUsPerRecord, ptyLatency.cpuUsPerRecord),
+                ptyBurst.cpuUsPerRecord, netBurst.cpuUsPerRecord,
+                ratio(netBurst.cpuUsPerRecord, ptyBurst.cpuUsPerRecord));
+    std::fflush(stdout);
 }
 // What syncing a data file costs: a record appended, then fdatasync, as
 // the recorder does at most once a second. Run in the current folder, so that
@@ -264,9 +440,11 @@ int main(int argc, char** argv)
     const int seconds = argc > 1 ? std::max(1, std::atoi(argv[1])) : 10;
     // 7 bytes take 7.3 ms at 9600 baud: 50 records/s leaves the line a third idle.
     runAt(9600, 50, seconds);
-    runAt(115200, 200, seconds);
+    const Figures ptyLatency = runAt(115200, 200, seconds);
+    Figures ptyBurst;
     for (int baud : {9600, 115200, 921600})
-        backToBack(baud, seconds);
+        ptyBurst = backToBack(baud, seconds);
+    compareNetwork(ptyLatency, ptyBurst, seconds);
     syncCost();
     publishCost();
     return 0;
