@@ -76,7 +76,10 @@ public:
             return false;
         conf.write("%YAML 1.1\n---\nconnection: &raw\n  accepter: tcp,127.0.0.1," +
                    QByteArray::number(port_) + "\n  connector: serialdev," + tty.toLocal8Bit() +
-                   ",921600n81,local\n");
+                   ",921600n81,local\n"
+                   // ser2net otherwise holds bytes back a few character
+                   // times in the hope of more: latency the station doesn't want.
+                   "  options:\n    chardelay: false\n");
         conf.close();
         proc_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         proc_.start(program(), {QStringLiteral("-n"), QStringLiteral("-u"), QStringLiteral("-c"),

@@ -67,6 +67,8 @@ void DataWatch::check()
         st_.notifier().note(QStringLiteral("no data since %1; opening the port again")
                                 .arg(lastData_.toString(QStringLiteral("dd/MM/yy HH:mm:ss"))));
         st_.myComm.setPortOpen(false);
+        // A device server that accepted and went quiet gets a new connection.
+        st_.myComm.dropConnection();
         if (st_.myComm.setPortOpen(true))
             StartStream(st_);
         stage_ = 2;

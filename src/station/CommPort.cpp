@@ -160,6 +160,12 @@ bool CommPort::setPortOpen(bool open)
     return true;
 }
 
+void CommPort::dropConnection()
+{
+    if (net_ != nullptr && !net_->isOpen())
+        net_->disconnectNow();
+}
+
 void CommPort::setRThreshold(int n)
 {
     rThreshold_ = qMax(0, n);

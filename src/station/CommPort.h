@@ -63,6 +63,9 @@ public:
     bool PortOpen() const;
     // Opens or closes the port; on failure lastError() names the port and the reason.
     bool setPortOpen(bool open);
+    // A closed network port keeps its connection a moment for the next
+    // open; this ends it at once. Nothing to do for a local port.
+    void dropConnection();
     QString lastError() const { return lastError_; }
 
     int RThreshold() const { return rThreshold_; }

@@ -37,8 +37,10 @@ public:
         QFile conf(dir_.filePath(QStringLiteral("ser2net.yaml")));
         if (!conf.open(QIODevice::WriteOnly))
             return false;
-        const QByteArray connector =
-            "  connector: serialdev," + tty.toLocal8Bit() + "," + line.toLatin1() + ",local\n";
+        const QByteArray connector = "  connector: serialdev," + tty.toLocal8Bit() + "," +
+                                     line.toLatin1() +
+                                     ",local\n"
+                                     "  options:\n    chardelay: false\n";
         conf.write("%YAML 1.1\n---\n"
                    "connection: &raw\n  accepter: tcp,127.0.0.1," +
                    QByteArray::number(rawPort) + "\n" + connector +

@@ -23,6 +23,7 @@ private Q_SLOTS:
     void readingsOverTheNetwork();
     void iacBytesBothWays();
     void oneClientAtATime();
+    void silentServer();
 };
 
 // The same behind a real ser2net.

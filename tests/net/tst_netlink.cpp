@@ -1,10 +1,12 @@
 #include "StationRig.h"
+#include "link/DataWatch.h"
 #include "link/RunControl.h"
 #include "net/Telnet.h"
 #include "sim/NetLineEnd.h"
 #include "tst_net.h"
 
 #include <QSignalSpy>
+#include <QTcpServer>
 
 namespace {
 SimConfig netSim(const QString& listen)
@@ -116,4 +118,32 @@ void NetLinkTest::oneClientAtATime()
     QVERIFY(QTest::qWaitFor([&] { return first.InBufferCount() == 7; }, 2000));
     QCOMPARE(first.CommEvent(), 0);
     QVERIFY(lost.size() <= 1);
+}
+
+// A server that takes the connection and never sends a byte: the no-data
+// watch asks again, then connects anew.
+void NetLinkTest::silentServer()
+{
+    QTcpServer server;
+    QVERIFY(server.listen(QHostAddress::LocalHost, 0));
+    QList<QTcpSocket*> clients;
+    QByteArray heard;
+    connect(&server, &QTcpServer::newConnection, [&] {
+        while (QTcpSocket* c = server.nextPendingConnection()) {
+            clients << c;
+            connect(c, &QTcpSocket::readyRead, [&heard, c] { heard += c->readAll(); });
+        }
+    });
+    StationRig rig;
+    rig.st.portName = QStringLiteral("tcp://127.0.0.1:%1").arg(server.serverPort());
+    rig.st.applyPortSettings();
+    rig.st.format.autoLength = false;
+    wireRunControl(rig.st);
+    DataWatch::of(rig.st).limitMs = 300;
+    rig.st.synchroFromTimer = false;
+    Run(rig.st);
+    // XDAT? at Run, again when nothing came, and on the new connection.
+    QVERIFY(QTest::qWaitFor([&] { return heard.count("XDAT?\r") == 3; }, 5000));
+    QCOMPARE(clients.size(), 2);
+    QVERIFY(rig.n.statuses.filter(QStringLiteral("opening the port again")).size() == 1);
 }
