@@ -4,6 +4,7 @@
 #include "app/Headless.h"
 #include "app/MDIFrm.h"
 #include "display/frmVal.h"
+#include "net/PortAddress.h"
 #include "recording/CsvExport.h"
 #include "sim/SimConfig.h"
 #include "sim/SimHost.h"
@@ -142,6 +143,11 @@ int runWindowed(QApplication& app, const Options& o)
     notifier.setParentWindow(&frm);
     notifier.setPanels(frm.statusPanels());
     ReadSettings(st);
+    // A port name that can't be used is said at once; the station runs on,
+    // and the operator picks another in Set > Com Port.
+    QString badName;
+    if (PortAddress address; !PortAddress::parse(st.portName, &address, &badName))
+        notifier.status(0, badName);
 
     SimHost sim;
     if (o.run.simulate) {

@@ -36,4 +36,6 @@ private Q_SLOTS:
     void settingsReachTheTty();
     void recordingSurvivesARestart();
     void lineScanAndPoll();
+    void headlessStart_data();
+    void headlessStart();
 };

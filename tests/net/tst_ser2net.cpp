@@ -205,3 +205,46 @@ void Ser2netTest::lineScanAndPoll()
         QVERIFY2(counts.contains(" 0 time-outs, 0 refused\n"), s.err.constData());
     }
 }
+
+void Ser2netTest::headlessStart_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("said");
+    QTest::addColumn<bool>("waits"); // tried again, rather than ended with 1
+    QTest::newRow("no port") << "tcp://cabinet-7"
+                             << "Bad port name \"tcp://cabinet-7\": no :PORT" << false;
+    QTest::newRow("port out of range")
+        << "rfc2217://[::1]:70000"
+        << "Bad port name \"rfc2217://[::1]:70000\": port 70000" << false;
+    const QString refused = QStringLiteral("tcp://127.0.0.1:%1").arg(Ser2net::freePort());
+    QTest::newRow("nobody there") << refused
+                                  << QStringLiteral("Can't open port %1: Connection refused; "
+                                                    "trying it again every second")
+                                         .arg(refused)
+                                  << true;
+}
+
+// --headless and a device server's name: a malformed one ends the run with 1
+// and the value named; a server not there yet is waited for, and SIGTERM
+// still ends the wait cleanly.
+void Ser2netTest::headlessStart()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, said);
+    QFETCH(bool, waits);
+    Program s;
+    s.start("[COMPORTS]\nPortName=" + name.toLatin1() + "\n", {"--headless", "--from-device"});
+    if (!waits) {
+        QVERIFY(s.p.waitForFinished(5000));
+        QCOMPARE(s.p.exitCode(), 1);
+        s.lines();
+        QVERIFY2(s.err.contains(said.toLatin1()), s.err.constData());
+        return;
+    }
+    QVERIFY(
+        QTest::qWaitFor([&] { return s.lines() >= 0 && s.err.contains(said.toLatin1()); }, 5000));
+    QTest::qWait(1500);
+    QCOMPARE(s.p.state(), QProcess::Running);
+    QCOMPARE(s.err.count("trying it again"), 1); // said once, not at every try
+    QVERIFY(s.stop());
+}
