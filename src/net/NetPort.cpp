@@ -177,13 +177,7 @@ QString NetPort::lineInForce() const
 {
     if (answered_ != 0xF)
         return {};
-    const char* parities = "?noems";
-    return QStringLiteral("%1,%2,%3,%4")
-        .arg(inForce_.baud)
-        .arg(QLatin1Char(parities[qMin<int>(inForce_.parity, 5)]))
-        .arg(inForce_.dataBits)
-        .arg(inForce_.stopBits == StopOneAndHalf ? QStringLiteral("1.5")
-                                                 : QString::number(inForce_.stopBits));
+    return lineText(inForce_.baud, quint8(inForce_.parity), inForce_.dataBits, inForce_.stopBits);
 }
 
 void NetPort::sendLine()

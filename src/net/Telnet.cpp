@@ -51,6 +51,16 @@ quint32 baudOf(const QByteArray& value)
     return b;
 }
 
+QString lineText(quint32 baud, quint8 parity, quint8 dataBits, quint8 stopSize)
+{
+    const char* parities = "?noems"; // indexed by the SET-PARITY code
+    return QStringLiteral("%1,%2,%3,%4")
+        .arg(baud)
+        .arg(QLatin1Char(parities[qMin<int>(parity, 5)]))
+        .arg(dataBits)
+        .arg(stopSize == StopOneAndHalf ? QStringLiteral("1.5") : QString::number(stopSize));
+}
+
 QByteArray Decoder::feed(const QByteArray& in, QList<Event>* events)
 {
     QByteArray data;

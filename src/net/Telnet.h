@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QString>
 
 // The telnet framing of a serial line reached through an RFC 2217 device
 // server: the data bytes with 0xFF (IAC) doubled, option negotiation, and
@@ -65,6 +66,9 @@ QByteArray negotiation(quint8 verb, quint8 option);
 QByteArray comPort(quint8 command, const QByteArray& value);
 QByteArray comPortBaud(quint8 command, quint32 baud);
 quint32 baudOf(const QByteArray& value); // 0 unless 4 bytes
+// The line as the station's settings write it ("19200,e,8,1"), from the
+// option's codes for parity and stop size.
+QString lineText(quint32 baud, quint8 parity, quint8 dataBits, quint8 stopSize);
 
 struct Event
 {

@@ -5,22 +5,6 @@ using namespace telnet;
 namespace {
 const QList<quint32> kUartRates = {300,   600,   1200,   2400,   4800,   9600,  19200,
                                    38400, 57600, 115200, 230400, 460800, 921600};
-
-char parityLetter(quint8 code)
-{
-    switch (code) {
-    case ParityOdd:
-        return 'o';
-    case ParityEven:
-        return 'e';
-    case ParityMark:
-        return 'm';
-    case ParitySpace:
-        return 's';
-    default:
-        return 'n';
-    }
-}
 } // namespace
 
 NetLineEnd::NetLineEnd(QObject* parent) : QObject(parent), server_(this)
@@ -161,12 +145,7 @@ void NetLineEnd::onTelnet(const Event& e)
             client_->write(comPort(command + kServerReply, value));
         break;
     }
-    const QString line =
-        QStringLiteral("%1,%2,%3,%4")
-            .arg(baud_)
-            .arg(QLatin1Char(parityLetter(parity_)))
-            .arg(dataBits_)
-            .arg(stopSize_ == StopOneAndHalf ? QStringLiteral("1.5") : QString::number(stopSize_));
+    const QString line = lineText(baud_, parity_, dataBits_, stopSize_);
     if (lineChanged && line != said_) {
         said_ = line;
         Q_EMIT lineAsked(line, int(baud_));
