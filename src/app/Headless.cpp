@@ -4,6 +4,7 @@
 #include "link/PortWatch.h"
 #include "link/RunControl.h"
 #include "mqtt/MqttPublisher.h"
+#include "platform/Platform.h"
 #include "recording/DataRecorder.h"
 #include "rs485/Waits.h"
 #include "sim/SimHost.h"
@@ -15,21 +16,9 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QSocketNotifier>
-#include <csignal>
 #include <cstdio>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
-int signalFds[2] = {-1, -1};
-
-void onSignal(int)
-{
-    const char c = 1;
-    (void)::write(signalFds[0], &c, 1);
-}
-
 void printReading(double value)
 {
     const QString line = QStringLiteral("%1 %2 %3\n")
@@ -49,7 +38,7 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
     wireRunControl(st);
     st.ncom = 2;
     iniDef(st);
-    raisePriority();
+    raisePriority(notifier);
     zep_cmnd::InitDataFormat(st.format, zep_cmnd::deviceTypes().at(zep_cmnd::defaultTypeIndex));
     ReadSettings(st);
 
@@ -71,31 +60,25 @@ int runHeadless(QCoreApplication& app, const HeadlessOptions& options)
         st.applyPortSettings();
         std::fprintf(stderr, "velmora: simulated analyzer on %s\n", qPrintable(tty));
     }
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalFds) != 0) {
-        notifier.message(QStringLiteral("Can't watch for signals"));
+    // SIGINT/SIGTERM (Ctrl+C or the console closing on Windows) end the run
+    // from the event loop; the first one counts.
+    platform::ShutdownRequests shutdown;
+    if (!shutdown.isWatching()) {
+        notifier.message(QStringLiteral("Can't watch for signals: %1").arg(shutdown.error()));
         return 1;
     }
     std::function<void()> onQuit;
     bool quitAsked = false;
-    QSocketNotifier sigWatch(signalFds[1], QSocketNotifier::Read);
-    QObject::connect(&sigWatch, &QSocketNotifier::activated, &app, [&] {
-        char c;
-        (void)::read(signalFds[1], &c, 1);
-        sigWatch.setEnabled(false);
+    QObject::connect(&shutdown, &platform::ShutdownRequests::requested, &app, [&] {
+        if (quitAsked)
+            return;
         quitAsked = true;
         if (onQuit)
             onQuit();
     });
-    struct sigaction sa = {};
-    sa.sa_handler = onSignal;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &sa, nullptr);
-    sigaction(SIGTERM, &sa, nullptr);
     auto done = [&](int rc) {
         sim.stop();
-        ::close(signalFds[0]);
-        ::close(signalFds[1]);
+        shutdown.finished();
         return rc;
     };
     // Publishing runs beside the reading path, on the line too; its state goes to stderr.

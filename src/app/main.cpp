@@ -132,16 +132,17 @@ Options parse(const QCoreApplication& app)
 
 int runWindowed(QApplication& app, const Options& o)
 {
-    // The order matters: defaults, device defaults, priority, the frame with
-    // its device types and catalogue, then the settings file, then show.
+    // The order matters: defaults, device defaults, the frame with its device
+    // types and catalogue, priority (said in the status bar when refused), then the settings file,
+    // then show.
     GuiNotifier notifier;
     Station st(notifier);
     st.ncom = 2;
     iniDef(st);
-    raisePriority();
     MDIFrm frm(st);
     notifier.setParentWindow(&frm);
     notifier.setPanels(frm.statusPanels());
+    raisePriority(notifier);
     ReadSettings(st);
     // A port name that can't be used is said at once; the station runs on,
     // and the operator picks another in Set > Com Port.

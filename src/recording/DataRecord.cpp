@@ -1,11 +1,10 @@
 #include "recording/DataRecord.h"
 
+#include "platform/Platform.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <algorithm>
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
 
 namespace {
 constexpr int kCounterDigits = 5;
@@ -29,13 +28,7 @@ namespace DataRecord {
 
 bool syncToDisk(QFile& f)
 {
-    if (!f.isOpen())
-        return true;
-#ifdef Q_OS_UNIX
-    return ::fdatasync(f.handle()) == 0;
-#else
-    return f.flush();
-#endif
+    return platform::syncFile(f);
 }
 
 bool reopenIfGone(QFile& f, const QString& path, QString* why)

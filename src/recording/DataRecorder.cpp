@@ -11,7 +11,8 @@
 using DataRecord::hourOf;
 using DataRecord::kAppend;
 
-DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(st), day_(st)
+DataRecorder::DataRecorder(Station& st, QObject* parent)
+    : QObject(parent), st_(st), disk_(st.notifier()), day_(st)
 {
     // A mark kept for the day's file is retried with the records.
     day_.failed = [this](const QString& path, const QString& why) {
@@ -20,7 +21,7 @@ DataRecorder::DataRecorder(Station& st, QObject* parent) : QObject(parent), st_(
     };
     sync_.setSingleShot(true);
     sync_.setInterval(DataRecord::kSyncDelayMs);
-    connect(&sync_, &QTimer::timeout, this, [this] { DataRecord::syncToDisk(data_); });
+    connect(&sync_, &QTimer::timeout, this, [this] { disk_.sync(data_); });
     connect(&st_.HTmr, &QTimer::timeout, this, [this] {
         // On the RS-485 line the line recorder keeps the files.
         if (st_.recording && !st_.rs485Mode)
@@ -45,7 +46,7 @@ QString DataRecorder::folderPath(const QString& name) const
 
 bool DataRecorder::openData(const QString& path, bool report)
 {
-    DataRecord::syncToDisk(data_);
+    disk_.sync(data_);
     data_.close();
     // Appending goes on with the file's own numbering; a new file counts from 1.
     st_.recordCounter = DataRecord::lastNumber(path) + 1;
@@ -201,7 +202,7 @@ void DataRecorder::CloseDataFiles()
 {
     const bool hadData = !dataPath_.isEmpty();
     sync_.stop();
-    DataRecord::syncToDisk(data_);
+    disk_.sync(data_);
     data_.close();
     day_.close();
     dataPath_.clear();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recording/DiskSync.h"
 #include "recording/DayLog.h"
 #include "recording/HeldRecords.h"
 
@@ -115,6 +116,7 @@ private:
     void answered(int button);
 
     Station& st_;
+    DiskSync disk_;
     QFile data_;
     QString dataPath_;   // where records go, kept while the file is reopened
     QDateTime dataHour_; // date and hour the data file belongs to

@@ -5,7 +5,7 @@
 
 #include <QDir>
 
-DayLog::DayLog(Station& st, QObject* parent) : QObject(parent), st_(st)
+DayLog::DayLog(Station& st, QObject* parent) : QObject(parent), st_(st), disk_(st.notifier())
 {
     // A gap in the readings because the port was away shows in the day's file.
     connect(&st_, &Station::portLost, this, [this](const QDateTime& at) {
@@ -28,7 +28,7 @@ DayLog::~DayLog()
 
 void DayLog::sync()
 {
-    DataRecord::syncToDisk(file_);
+    disk_.sync(file_);
 }
 
 void DayLog::open(const QString& folder, const QDateTime& now)

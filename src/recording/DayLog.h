@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recording/DiskSync.h"
 #include "recording/HeldRecords.h"
 
 #include <QDate>
@@ -60,6 +61,7 @@ public:
 
 private:
     Station& st_;
+    DiskSync disk_;
     QFile file_;
     QString folder_;
     QString path_; // where the lines go, kept while the file is away

@@ -17,7 +17,8 @@ QString keptNote(const QString& path, const QString& why, const char* what)
 }
 } // namespace
 
-LineRecorder::LineRecorder(Station& st, QObject* parent) : QObject(parent), st_(st), day_(st)
+LineRecorder::LineRecorder(Station& st, QObject* parent)
+    : QObject(parent), st_(st), disk_(st.notifier()), day_(st)
 {
     day_.failed = [this](const QString& path, const QString& why) {
         if (day_.heldCount() == 1) // the first line that fails: later ones are kept quietly
@@ -86,7 +87,7 @@ void LineRecorder::syncAll()
 {
     for (auto& c : channels_) {
         if (c)
-            DataRecord::syncToDisk(c->file);
+            disk_.sync(c->file);
     }
 }
 
@@ -137,7 +138,7 @@ bool LineRecorder::write(const Station::LineReading& r)
     const QDateTime now = clock();
     if (c.hour.isValid() && hourOf(now) != c.hour) {
         // A new hour: the channel's file changes with it, as the single analyzer's does.
-        DataRecord::syncToDisk(c.file);
+        disk_.sync(c.file);
         c.file.close();
         c.path = QDir(QFileInfo(c.path).absolutePath())
                      .filePath(DataRecord::lineFileName(now, r.address));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recording/DiskSync.h"
 #include "recording/DataRecorder.h"
 #include "recording/DayLog.h"
 #include "recording/HeldRecords.h"
@@ -72,6 +73,7 @@ private:
     bool writeHeld(Channel& c);
 
     Station& st_;
+    DiskSync disk_;
     std::array<std::unique_ptr<Channel>, 256> channels_;
     DayLog day_;
     QTimer sync_; // started by a write, syncs the files to the disk when it fires

@@ -1,23 +1,10 @@
 #include "sim/PtyLine.h"
 
+#include "platform/Platform.h"
 #include "sim/NetLineEnd.h"
-
-#include <QSocketNotifier>
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <pty.h>
-#include <termios.h>
-#include <unistd.h>
 
 namespace {
 constexpr int kTickMs = 2;
-constexpr qsizetype kReadChunk = 512;
-
-void setCloseOnExec(int fd)
-{
-    ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
-}
 } // namespace
 
 PtyLine::PtyLine(QObject* parent) : QObject(parent), tick_(this)
@@ -34,15 +21,12 @@ PtyLine::~PtyLine()
 
 bool PtyLine::open(QString* error)
 {
-    auto fail = [&](const char* what) {
-        if (error)
-            *error = QStringLiteral("%1: %2").arg(QLatin1String(what),
-                                                  QString::fromLocal8Bit(std::strerror(errno)));
-        closeFds();
-        return false;
-    };
     if (isOpen())
         return true;
+    // Without pseudo-terminals (Windows) the line is served on loopback, and
+    // the station opens its address instead of a tty.
+    if (!listen_.isNetwork() && !platform::Pty::available())
+        PortAddress::parse(QStringLiteral("tcp://127.0.0.1:0"), &listen_, nullptr, true);
     if (listen_.isNetwork()) {
         net_ = new NetLineEnd(this);
         if (!net_->listen(listen_, error)) {
@@ -58,47 +42,23 @@ bool PtyLine::open(QString* error)
         });
         return true;
     }
-    if (::openpty(&master_, &slave_, nullptr, nullptr, nullptr) < 0) {
-        master_ = slave_ = -1;
-        return fail("Can't create a pseudo-terminal");
+    pty_ = new platform::Pty(this);
+    if (!pty_->open(error)) {
+        closeFds();
+        return false;
     }
-    setCloseOnExec(master_);
-    setCloseOnExec(slave_);
-    char name[128] = {};
-    if (::ttyname_r(slave_, name, sizeof name) != 0)
-        return fail("Can't name the pseudo-terminal");
-    path_ = QString::fromLocal8Bit(name);
-
-    // Raw, 8 data bits, no echo: a plain serial line until the station sets
-    // its own line settings.
-    termios t{};
-    if (::tcgetattr(slave_, &t) < 0)
-        return fail("Can't read the terminal settings");
-    ::cfmakeraw(&t);
-    ::cfsetispeed(&t, B9600);
-    ::cfsetospeed(&t, B9600);
-    if (::tcsetattr(slave_, TCSANOW, &t) < 0)
-        return fail("Can't set the terminal to raw mode");
-    if (::fcntl(master_, F_SETFL, ::fcntl(master_, F_GETFL) | O_NONBLOCK) < 0)
-        return fail("Can't make the line non-blocking");
-
-    notifier_ = new QSocketNotifier(master_, QSocketNotifier::Read, this);
-    connect(notifier_, &QSocketNotifier::activated, this, &PtyLine::onReadable);
+    path_ = pty_->ttyPath();
+    connect(pty_, &platform::Pty::readyRead, this, &PtyLine::onReadable);
     return true;
 }
 
 void PtyLine::closeFds()
 {
     tick_.stop();
-    delete notifier_;
-    notifier_ = nullptr;
     delete net_;
     net_ = nullptr;
-    if (master_ >= 0)
-        ::close(master_);
-    if (slave_ >= 0)
-        ::close(slave_);
-    master_ = slave_ = -1;
+    delete pty_;
+    pty_ = nullptr;
 }
 
 void PtyLine::pull()
@@ -112,22 +72,7 @@ void PtyLine::pull()
 
 void PtyLine::onReadable()
 {
-    QByteArray data;
-    char buf[kReadChunk];
-    for (;;) {
-        const ssize_t n = ::read(master_, buf, sizeof buf);
-        if (n > 0) {
-            data.append(buf, n);
-            continue;
-        }
-        if (n < 0 && errno == EINTR)
-            continue;
-        // EAGAIN: all read. EIO would mean no slave end is open, which our own
-        // descriptor prevents; stop listening rather than spin on it.
-        if (n == 0 || errno != EAGAIN)
-            notifier_->setEnabled(false);
-        break;
-    }
+    const QByteArray data = pty_->readAll();
     if (!data.isEmpty())
         Q_EMIT received(data);
 }
@@ -186,14 +131,10 @@ qsizetype PtyLine::writeHead(qsizetype max)
         head.done += n;
         return n;
     }
-    for (;;) {
-        const ssize_t n = ::write(master_, head.bytes.constData() + head.done, size_t(max));
-        if (n >= 0) {
-            head.done += n;
-            return n;
-        }
-        if (errno != EINTR)
-            break;
+    const qint64 n = pty_->write(head.bytes.constData() + head.done, max);
+    if (n >= 0) {
+        head.done += n;
+        return n;
     }
     // Nobody is reading and the line's buffer is full (or the line broke):
     // what is still queued is lost, as on a real line without a listener.

@@ -11,12 +11,15 @@
 #include <functional>
 
 class NetLineEnd;
-class QSocketNotifier;
+namespace platform {
+class Pty;
+}
 
 // The analyzer's end of a serial line, made of a pseudo-terminal. The station
 // opens ttyPath() like any serial device; this side reads and writes the
-// master. The line keeps a slave descriptor of its own, so the station may
-// close and reopen the tty without the pair hanging up.
+// master. The station may close and reopen the tty without the pair hanging
+// up. Served over TCP instead when asked to listen, or where the system has
+// no pseudo-terminals: ttyPath() is then the address to open.
 //
 // Outgoing bytes are paced like a UART at the configured baud rate (10 bit
 // times per byte): a short timer writes the bytes whose time has come, a few
@@ -30,7 +33,7 @@ public:
 
     // Creates the pseudo-terminal in raw mode; false, with a reason, on failure.
     bool open(QString* error = nullptr);
-    bool isOpen() const { return master_ >= 0 || net_ != nullptr; }
+    bool isOpen() const { return pty_ != nullptr || net_ != nullptr; }
     void setListen(const PortAddress& address) { listen_ = address; }
     QString ttyPath() const { return path_; }
 
@@ -80,11 +83,9 @@ private:
 
     NetLineEnd* net_ = nullptr;
     PortAddress listen_;
-    int master_ = -1;
-    int slave_ = -1;
+    platform::Pty* pty_ = nullptr;
     QString path_;
     int baud_ = 9600;
-    QSocketNotifier* notifier_ = nullptr;
     QTimer tick_;
     QElapsedTimer lineClock_; // started when the line turned busy
     qint64 lineBytes_ = 0;    // bytes written since lineClock_ started

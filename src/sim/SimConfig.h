@@ -1,10 +1,10 @@
 #pragma once
 
+#include "net/PortAddress.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QMap>
-#include "net/PortAddress.h"
-
 #include <QString>
 #include <optional>
 

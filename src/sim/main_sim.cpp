@@ -1,38 +1,13 @@
 // velmora-sim: a simulated gas analyzer (or an RS-485 line of them) behind a
 // pseudo-terminal. Prints the tty to open and runs until SIGINT or SIGTERM.
+#include "platform/Platform.h"
 #include "sim/AnalyzerSim.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QSocketNotifier>
-#include <csignal>
 #include <cstdio>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
-
-int signalPipe[2] = {-1, -1};
-
-void onSignal(int)
-{
-    const char c = 1;
-    [[maybe_unused]] const auto n = ::write(signalPipe[1], &c, 1);
-}
-
-// SIGINT and SIGTERM end the event loop through a pipe, outside the handler.
-bool quitOnSignals(QCoreApplication& app)
-{
-    if (::pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return false;
-    auto* n = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
-    QObject::connect(n, &QSocketNotifier::activated, &app, [] { QCoreApplication::quit(); });
-    struct sigaction sa = {};
-    sa.sa_handler = onSignal;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    return ::sigaction(SIGINT, &sa, nullptr) == 0 && ::sigaction(SIGTERM, &sa, nullptr) == 0;
-}
 
 [[noreturn]] void fail(const QString& text)
 {
@@ -201,8 +176,12 @@ int main(int argc, char** argv)
     QString why;
     if (!sim.start(&why))
         fail(why);
-    if (!quitOnSignals(app))
-        fail(QStringLiteral("can't catch SIGINT and SIGTERM"));
+    // SIGINT and SIGTERM (Ctrl+C on Windows) end the event loop.
+    platform::ShutdownRequests shutdown;
+    if (!shutdown.isWatching())
+        fail(QStringLiteral("can't catch SIGINT and SIGTERM: ") + shutdown.error());
+    QObject::connect(&shutdown, &platform::ShutdownRequests::requested, &app,
+                     [] { QCoreApplication::quit(); });
     QObject::connect(&sim, &AnalyzerSim::devicePulled,
                      [] { std::fprintf(stderr, "velmora-sim: line closed (device pulled)\n"); });
     QObject::connect(&sim, &AnalyzerSim::lineAsked, [](const QString& settings) {

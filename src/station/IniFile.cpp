@@ -6,9 +6,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QStringDecoder>
+#include <QTemporaryFile>
 #include <algorithm>
 #include <optional>
 
@@ -205,23 +207,53 @@ QByteArray unquoted(const QByteArray& v)
     return v;
 }
 
+bool canCreateFilesIn(const QString& folder)
+{
+    // Settings are saved through a temporary file beside them: the folder
+    // must take a new file, not only allow writing to an existing one.
+    static QHash<QString, bool> known;
+    const auto it = known.constFind(folder);
+    if (it != known.constEnd())
+        return *it;
+    QTemporaryFile probe(QDir(folder).filePath(QStringLiteral("velmora-probe-XXXXXX")));
+    const bool ok = QFileInfo(folder).isDir() && probe.open();
+    known.insert(folder, ok);
+    return ok;
+}
 } // namespace
+
+QString settingsPath(const QString& file, const QString& shared, const QString& own)
+{
+    if (shared.isEmpty() || canCreateFilesIn(shared))
+        return QDir(shared.isEmpty() ? own : shared).filePath(file);
+    // The shared folder is closed to this user: the user's own copy is used,
+    // starting from the shared file's settings when there is one.
+    const QString path = QDir(own).filePath(file);
+    const QString sharedPath = QDir(shared).filePath(file);
+    if (!QFileInfo::exists(path) && QFileInfo::exists(sharedPath)) {
+        QDir().mkpath(own);
+        QFile::copy(sharedPath, path);
+        QFile(path).setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    }
+    return path;
+}
 
 QString iniFolder()
 {
-#ifdef Q_OS_WIN
-    const QString win = qEnvironmentVariable("WINDIR");
-    if (!win.isEmpty())
-        return win;
-#endif
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
+    return QFileInfo(iniPath(QStringLiteral("Tervala.ini"))).absolutePath();
 }
 
 QString iniPath(const QString& file)
 {
     if (file.contains('/') || file.contains('\\'))
         return file;
-    return QDir(iniFolder()).filePath(file);
+#ifdef Q_OS_WIN
+    return settingsPath(file, qEnvironmentVariable("WINDIR"),
+                        QStandardPaths::writableLocation(QStandardPaths::AppDataLocation));
+#else
+    return settingsPath(file, QString(),
+                        QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
+#endif
 }
 
 QString ReadIni(const QString& section, const QString& key, const QString& file)

@@ -22,9 +22,14 @@
 // (iniFolder()), or a path.
 
 // The folder that holds bare-named settings files: $XDG_CONFIG_HOME (usually
-// ~/.config) on Unix, the Windows folder on Windows.
+// ~/.config) on Unix, the Windows folder on Windows, or the user's AppData
+// folder when the Windows folder won't take a new file.
 QString iniFolder();
 QString iniPath(const QString& file);
+// The path of bare-named `file` in the `shared` folder when files can be
+// made there (or `shared` is empty), else in `own`: a copy of the shared
+// file is made there first when the user has none yet.
+QString settingsPath(const QString& file, const QString& shared, const QString& own);
 
 QString ReadIni(const QString& section, const QString& key, const QString& file);
 

@@ -1,24 +1,18 @@
 #include "station/Station.h"
 
+#include "platform/Platform.h"
 #include "station/ByteText.h"
 #include "station/Notifier.h"
 
-#include <QThread>
 #include <QTimer>
-
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-#endif
-#ifdef Q_OS_WIN
-#include <windows.h>
-#endif
 
 Station::Station(Notifier& notifier, QObject* parent) : QObject(parent), notifier_(notifier)
 {
     HTmr.setTimerType(Qt::PreciseTimer);
     myComm.setCommPort(ncom);
     // A device server that runs the line otherwise than asked: said, not asked.
-    connect(&myComm, &CommPort::lineNote, this, [this](const QString& text) { notifier_.note(text); });
+    connect(&myComm, &CommPort::lineNote, this,
+            [this](const QString& text) { notifier_.note(text); });
 }
 
 void Station::deliver(double value, const QByteArray& reply)
@@ -177,18 +171,9 @@ void iniDef(Station& st)
     st.tableSoftData = QStringLiteral("SoftData");
 }
 
-void raisePriority()
+void raisePriority(Notifier& notifier)
 {
-#ifdef Q_OS_WIN
-    SetPriorityClass(GetCurrentProcess(), HIGH_PRIORITY_CLASS);
-    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_TIME_CRITICAL);
-#elif defined(Q_OS_UNIX)
-    // Without privileges the nice value can't go below the current one; try
-    // the strongest first and keep whatever the system grants.
-    for (int nice = -10; nice < 0; ++nice) {
-        if (setpriority(PRIO_PROCESS, 0, nice) == 0)
-            break;
-    }
-#endif
-    QThread::currentThread()->setPriority(QThread::TimeCriticalPriority);
+    const QString refused = platform::raisePriority();
+    if (!refused.isEmpty())
+        notifier.note(QStringLiteral("Readings run at normal priority: %1").arg(refused));
 }

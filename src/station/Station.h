@@ -249,5 +249,6 @@ private:
 // Start-up defaults of the device and data format (iniDef).
 void iniDef(Station& st);
 
-// Raises the process and the main thread as far as the system allows.
-void raisePriority();
+// Raises the process and the main thread as far as the system allows; when
+// it can't, says so once, and the readings go on at the normal priority.
+void raisePriority(Notifier& notifier);

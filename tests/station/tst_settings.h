@@ -221,4 +221,54 @@ private Q_SLOTS:
         QCOMPARE(r.st.dataFolder, data);
         QCOMPARE(QDir::currentPath(), data);
     }
+
+    // Where a bare-named settings file lives when the shared (Windows) folder
+    // may or may not take new files. procfs stands for a folder this user
+    // can't write: even root can't make a file there.
+    void settingsFolder_data()
+    {
+        QTest::addColumn<QString>("shared");
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QByteArray>("ownBefore");
+        QTest::addColumn<bool>("inShared");
+        QTest::addColumn<QByteArray>("ownAfter");
+        const QString closed = QStringLiteral("/proc/sys/kernel");
+        QTest::newRow("no shared folder")
+            << QString() << "ostype" << QByteArray() << false << QByteArray();
+        QTest::newRow("shared folder open")
+            << QStringLiteral("@shared") << "ostype" << QByteArray() << true << QByteArray();
+        QTest::newRow("closed: the shared file is copied")
+            << closed << "ostype" << QByteArray() << false << QByteArray("Linux\n");
+        QTest::newRow("closed: the user's copy stays")
+            << closed << "ostype" << QByteArray("[A]\r\nk=1\r\n") << false
+            << QByteArray("[A]\r\nk=1\r\n");
+        QTest::newRow("closed, no shared file")
+            << closed << "Tervala.ini" << QByteArray() << false << QByteArray();
+        QTest::newRow("shared folder missing")
+            << dir_->filePath("gone") << "ostype" << QByteArray() << false << QByteArray();
+    }
+
+    void settingsFolder()
+    {
+        QFETCH(QString, shared);
+        QFETCH(QString, file);
+        QFETCH(QByteArray, ownBefore);
+        QFETCH(bool, inShared);
+        QFETCH(QByteArray, ownAfter);
+        if (shared == QLatin1String("@shared")) {
+            shared = dir_->filePath("shared");
+            QDir().mkpath(shared);
+        }
+        const QString own = dir_->filePath(QStringLiteral("own"));
+        if (!ownBefore.isEmpty()) {
+            QDir().mkpath(own);
+            put(QDir(own).filePath(file), ownBefore);
+        }
+        const QString path = settingsPath(file, shared, own);
+        QCOMPARE(path, QDir(inShared ? shared : own).filePath(file));
+        QCOMPARE(contents(QDir(own).filePath(file)), ownAfter);
+        // Nothing is left behind by the look at the shared folder.
+        if (inShared)
+            QCOMPARE(QDir(shared).entryList(QDir::Files), QStringList());
+    }
 };
