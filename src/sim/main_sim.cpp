@@ -1,5 +1,6 @@
 // velmora-sim: a simulated gas analyzer (or an RS-485 line of them) behind a
-// pseudo-terminal. Prints the tty to open and runs until SIGINT or SIGTERM.
+// pseudo-terminal, or on TCP where the system has none. Prints the tty (or the
+// address) to open and runs until SIGINT or SIGTERM (Ctrl+C on Windows).
 #include "platform/Platform.h"
 #include "sim/AnalyzerSim.h"
 
@@ -124,7 +125,9 @@ int main(int argc, char** argv)
         "Simulated CH4/CO2 gas analyzer on a pseudo-terminal. Prints the tty to open\n"
         "and runs until interrupted. One streaming analyzer unless --rs485 is given.\n"
         "With --listen it is served over the network instead, as a serial device\n"
-        "server would serve it, and prints the address to connect to."));
+        "server would serve it, and prints the address to connect to. Where the\n"
+        "system has no pseudo-terminals (Windows), it listens on a free loopback\n"
+        "port, as with --listen tcp://127.0.0.1:0."));
     cli.addHelpOption();
     cli.addVersionOption();
     cli.addOptions({
