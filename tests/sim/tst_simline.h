@@ -305,11 +305,25 @@ private Q_SLOTS:
         }
     }
 
+    // The line as --simulate makes it: a pty, or loopback TCP where the
+    // system has no ptys.
+    void ownThreadKeepsStreamingWhileCallerIsBlocked_data()
+    {
+        QTest::addColumn<QString>("listen");
+        QTest::newRow("pty") << QString();
+        QTest::newRow("loopback TCP") << QStringLiteral("tcp://127.0.0.1:0");
+    }
+
     void ownThreadKeepsStreamingWhileCallerIsBlocked()
     {
+        QFETCH(QString, listen);
+        SimConfig config = simConfig(AnalyzerType::ZepC, 50.0);
+        if (!listen.isEmpty())
+            QVERIFY(PortAddress::parse(listen, &config.listen, nullptr, true));
         SimHost host;
-        const QString path = host.start(simConfig(AnalyzerType::ZepC, 50.0));
+        const QString path = host.start(config);
         QVERIFY(!path.isEmpty());
+        QCOMPARE(path.startsWith(QLatin1String("tcp://127.0.0.1:")), !listen.isEmpty());
         CommPort port;
         port.setPortName(path);
         QVERIFY(port.setPortOpen(true) && port.Output("XDAT?\r"));
@@ -327,7 +341,9 @@ private Q_SLOTS:
         host.invoke([&](AnalyzerSim&) { ran = QThread::currentThread(); });
         QVERIFY(ran == host.sim()->thread() && ran != QThread::currentThread());
         host.stop();
-        QVERIFY(!QFile::exists(path));
+        port.setPortOpen(false);
+        port.dropConnection();
+        QVERIFY(!QFile::exists(path) && !port.setPortOpen(true));
     }
 
     void standaloneProgram()
