@@ -8,6 +8,7 @@
 // runs are then made through ser2net on loopback (raw TCP in front of the
 // same kind of pty) and compared with the local pty: records accepted,
 // latency added and the station thread's CPU per reading.
+#include "Ser2net.h"
 #include "link/RunControl.h"
 #include "mqtt/MqttPublisher.h"
 #include "recording/DataRecord.h"
@@ -22,7 +23,6 @@
 #include <QMutex>
 #include <QProcess>
 #include <QStandardPaths>
-#include <QTcpServer>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <atomic>
@@ -45,94 +45,6 @@ double threadCpuSeconds()
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
     return double(ts.tv_sec) + double(ts.tv_nsec) * 1e-9;
 }
-
-// Debian's ser2net on loopback in front of a tty, a raw TCP accepter on a
-// free port, from a YAML file of its own; ended by its pid.
-class Ser2netRig
-{
-public:
-    static QString program()
-    {
-        return QStandardPaths::findExecutable(QStringLiteral("ser2net"),
-                                              {QStringLiteral("/usr/sbin")});
-    }
-    Ser2netRig(const Ser2netRig&) = delete;
-    Ser2netRig& operator=(const Ser2netRig&) = delete;
-    Ser2netRig() = default;
-    ~Ser2netRig() { stop(); }
-
-    QString url() const { return QStringLiteral("tcp://127.0.0.1:%1").arg(port_); }
-
-    bool start(const QString& tty)
-    {
-        {
-            QTcpServer s;
-            if (!s.listen(QHostAddress::LocalHost, 0))
-                return false;
-            port_ = s.serverPort();
-        }
-        QFile conf(dir_.filePath(QStringLiteral("ser2net.yaml")));
-        if (!conf.open(QIODevice::WriteOnly))
-            return false;
-        conf.write("%YAML 1.1\n---\nconnection: &raw\n  accepter: tcp,127.0.0.1," +
-                   QByteArray::number(port_) + "\n  connector: serialdev," + tty.toLocal8Bit() +
-                   ",921600n81,local\n"
-                   // ser2net otherwise holds bytes back a few character
-                   // times in the hope of more: latency the station doesn't want.
-                   "  options:\n    chardelay: false\n");
-        conf.close();
-        proc_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        proc_.start(program(), {QStringLiteral("-n"), QStringLiteral("-u"), QStringLiteral("-c"),
-                                conf.fileName(), QStringLiteral("-P"),
-                                dir_.filePath(QStringLiteral("ser2net.pid"))});
-        if (!proc_.waitForStarted(5000))
-            return false;
-        for (int i = 0; i < 250; ++i) {
-            if (listening(port_))
-                return true;
-            if (proc_.state() == QProcess::NotRunning)
-                return false;
-            PauseMs(20, 5);
-        }
-        return false;
-    }
-    void stop()
-    {
-        if (proc_.state() == QProcess::NotRunning)
-            return;
-        const qint64 pid = proc_.processId();
-        if (pid > 0)
-            ::kill(pid_t(pid), SIGTERM);
-        if (!proc_.waitForFinished(3000)) {
-            proc_.kill();
-            proc_.waitForFinished(3000);
-        }
-    }
-
-private:
-    // Read from the kernel's socket table: a probe connection would make
-    // ser2net open the tty and close it again.
-    static bool listening(int port)
-    {
-        const QByteArray local =
-            ':' + QByteArray::number(port, 16).toUpper().rightJustified(4, '0');
-        for (const char* table : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-            QFile f(QString::fromLatin1(table));
-            if (!f.open(QIODevice::ReadOnly))
-                continue;
-            for (const QByteArray& line : f.readAll().split('\n')) {
-                const QList<QByteArray> cols = line.simplified().split(' ');
-                if (cols.size() > 3 && cols[1].endsWith(local) && cols[3] == "0A")
-                    return true;
-            }
-        }
-        return false;
-    }
-
-    QTemporaryDir dir_;
-    QProcess proc_;
-    int port_ = 0;
-};
 
 // Which way the station reaches the line in a run.
 enum class Path
@@ -168,7 +80,7 @@ double percentile(std::vector<double> v, double p)
 Figures runAt(int baud, double rate, int seconds, Path path = Path::Pty)
 {
     Figures out;
-    Ser2netRig rig; // outlives the station, which drops its connection first
+    Ser2net rig; // outlives the station, which drops its connection first
     HeadlessNotifier notifier;
     Station st(notifier);
     wireRunControl(st);
@@ -183,7 +95,7 @@ Figures runAt(int baud, double rate, int seconds, Path path = Path::Pty)
         std::fprintf(stderr, "bench: no simulator: %s\n", qPrintable(why));
         return out;
     }
-    if (path == Path::Ser2net && !rig.start(tty)) {
+    if (path == Path::Ser2net && !rig.start(tty, QStringLiteral("921600n81"))) {
         std::fprintf(stderr, "bench: ser2net did not start on %s\n", qPrintable(tty));
         return out;
     }
@@ -201,7 +113,7 @@ Figures runAt(int baud, double rate, int seconds, Path path = Path::Pty)
     st.sinks[Station::MainGraphSink] = [&](double, const QByteArray&) {
         seenAt.push_back(Clock::now());
     };
-    st.portName = path == Path::Pty ? tty : rig.url();
+    st.portName = path == Path::Pty ? tty : rig.rawUrl();
     st.applyPortSettings();
     st.synchroFromTimer = false;
     Run(st);
@@ -252,8 +164,9 @@ Figures backToBack(int baud, int seconds, Path path = Path::Pty)
     tcgetattr(slave, &t);
     cfmakeraw(&t);
     tcsetattr(slave, TCSANOW, &t);
-    Ser2netRig rig; // outlives the station, which drops its connection first
-    if (path == Path::Ser2net && !rig.start(QString::fromLocal8Bit(name))) {
+    Ser2net rig; // outlives the station, which drops its connection first
+    if (path == Path::Ser2net &&
+        !rig.start(QString::fromLocal8Bit(name), QStringLiteral("921600n81"))) {
         std::fprintf(stderr, "bench: ser2net did not start on %s\n", name);
         ::close(master);
         ::close(slave);
@@ -264,7 +177,7 @@ Figures backToBack(int baud, int seconds, Path path = Path::Pty)
     wireRunControl(st);
     qint64 seen = 0;
     st.sinks[Station::MainGraphSink] = [&](double, const QByteArray&) { ++seen; };
-    st.portName = path == Path::Pty ? QString::fromLocal8Bit(name) : rig.url();
+    st.portName = path == Path::Pty ? QString::fromLocal8Bit(name) : rig.rawUrl();
     st.applyPortSettings();
     st.synchroFromTimer = false;
     Run(st);
@@ -321,7 +234,7 @@ double share(const Figures& f)
 // The local pty and ser2net's raw TCP on loopback, from runs of this process.
 void compareNetwork(const Figures& ptyLatency, const Figures& ptyBurst, int seconds)
 {
-    if (Ser2netRig::program().isEmpty()) {
+    if (Ser2net::program().isEmpty()) {
         std::printf("network: ser2net is missing\n");
         return;
     }
