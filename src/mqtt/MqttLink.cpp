@@ -11,6 +11,7 @@
 #include <mosquitto.h>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 using Clock = std::chrono::steady_clock;
 
@@ -77,9 +78,19 @@ void onConnect(mosquitto* m, void* obj, int rc)
         s->refusal = QString::fromUtf8(mosquitto_connack_string(rc));
         return;
     }
-    mosquitto_publish(m, nullptr, s->config.statusTopic.constData(),
-                      int(s->config.onlinePayload.size()), s->config.onlinePayload.constData(), 1,
-                      true);
+    const MqttLink::Config& c = s->config;
+    if (!c.statusTopic.isEmpty())
+        mosquitto_publish(m, nullptr, c.statusTopic.constData(), int(c.onlinePayload.size()),
+                          c.onlinePayload.constData(), 1, true);
+    // Subscribed again on every connection: a broker that lost the session
+    // (restarted without persistence) would otherwise send nothing.
+    if (!c.subscriptions.isEmpty()) {
+        std::vector<const char*> filters;
+        for (const QByteArray& filter : c.subscriptions)
+            filters.push_back(filter.constData());
+        mosquitto_subscribe_multiple(m, nullptr, int(filters.size()),
+                                     const_cast<char* const*>(filters.data()), 1, 0, nullptr);
+    }
     s->connected = true;
     s->post([](MqttLink* l) { Q_EMIT l->connected(); });
 }
@@ -89,12 +100,27 @@ void onPublish(mosquitto*, void* obj, int mid)
     static_cast<MqttLink::Shared*>(obj)->post([mid](MqttLink* l) { Q_EMIT l->delivered(mid); });
 }
 
+void onSubscribe(mosquitto*, void* obj, int, int, const int*)
+{
+    static_cast<MqttLink::Shared*>(obj)->post([](MqttLink* l) { Q_EMIT l->subscribed(); });
+}
+
+// Called on the network thread: the message is copied and queued to the
+// owner's thread, behind the ones before it.
+void onMessage(mosquitto*, void* obj, const mosquitto_message* msg)
+{
+    QByteArray topic(msg->topic);
+    QByteArray payload(static_cast<const char*>(msg->payload), msg->payloadlen);
+    static_cast<MqttLink::Shared*>(obj)->post(
+        [topic, payload](MqttLink* l) { Q_EMIT l->message(topic, payload); });
+}
+
 // A fresh handle for each attempt, so no message of an earlier session is
 // sent again behind the station's back.
 mosquitto* newHandle(MqttLink::Shared& s, QString* why)
 {
     const MqttLink::Config& c = s.config;
-    mosquitto* m = mosquitto_new(c.clientId.toUtf8().constData(), true, &s);
+    mosquitto* m = mosquitto_new(c.clientId.toUtf8().constData(), c.cleanSession, &s);
     if (!m) {
         *why = QStringLiteral("out of memory");
         return nullptr;
@@ -103,7 +129,11 @@ mosquitto* newHandle(MqttLink::Shared& s, QString* why)
     mosquitto_int_option(m, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
     mosquitto_connect_callback_set(m, onConnect);
     mosquitto_publish_callback_set(m, onPublish);
-    int rc = mosquitto_will_set(m, c.statusTopic.constData(), int(c.offlinePayload.size()),
+    mosquitto_message_callback_set(m, onMessage);
+    mosquitto_subscribe_callback_set(m, onSubscribe);
+    int rc = MOSQ_ERR_SUCCESS;
+    if (!c.statusTopic.isEmpty())
+        rc = mosquitto_will_set(m, c.statusTopic.constData(), int(c.offlinePayload.size()),
                                 c.offlinePayload.constData(), 1, true);
     if (rc == MOSQ_ERR_SUCCESS && !c.user.isEmpty())
         rc = mosquitto_username_pw_set(m, c.user.toUtf8().constData(),
@@ -154,8 +184,9 @@ bool runConnection(MqttLink::Shared& s, mosquitto* m, QString* why)
     if (s.stopping && established) {
         // A clean end: the status says so before the connection closes.
         int mid = -1;
-        mosquitto_publish(m, &mid, c.statusTopic.constData(), int(c.offlinePayload.size()),
-                          c.offlinePayload.constData(), 1, true);
+        if (!c.statusTopic.isEmpty())
+            mosquitto_publish(m, &mid, c.statusTopic.constData(), int(c.offlinePayload.size()),
+                              c.offlinePayload.constData(), 1, true);
         mosquitto_disconnect(m);
         for (int i = 0; i < 10 && mosquitto_loop(m, 50, 1) == MOSQ_ERR_SUCCESS; ++i) {
         }
