@@ -78,7 +78,7 @@ private:
     void setState(const QString& text);
 
     QDir dir_;
-    QString topic_;
+    QString topic_ = MqttSettings().topic;
     MqttLink link_;
     QString state_;
     HeldRecords held_;

@@ -27,7 +27,7 @@
 class SeenReadings
 {
 public:
-    static constexpr int kKeep = 20000;
+    static constexpr int kKeep = 5000;
     static constexpr char kJournalName[] = "collected.keys";
 
     // Loads the keys of the journal at `path` (none when it doesn't exist).
