@@ -75,16 +75,11 @@ private Q_SLOTS:
                                      << "\"raw\" is not an integer";
         QTest::newRow("raw with a fraction") << t << good().replace("19", "1.9") + rest << "st1"
                                              << "\"raw\" is not an integer";
-        QTest::newRow("time as number")
-            << t << QByteArray("{\"time_utc\":5,\"raw\":19,") + rest << "st1"
-            << "\"time_utc\"";
         QTest::newRow("time not UTC") << t << good().replace(".007Z", ".007") + rest << "st1"
                                       << "\"time_utc\"";
         QTest::newRow("missing record") << t << good() + "\"alarm_level\":0,\"address\":null}"
                                         << "st1"
                                         << "missing field \"record\"";
-        QTest::newRow("missing time") << t << QByteArray("{\"raw\":19,") + rest << "st1"
-                                      << "missing field \"time_utc\"";
         QTest::newRow("level 2") << t << good() + QByteArray(rest).replace(":0", ":2") << "st1"
                                  << "\"alarm_level\" is 0, 1 or 3";
         QTest::newRow("address of another channel")
