@@ -207,6 +207,29 @@ private Q_SLOTS:
         QCOMPARE(again.written(), 0);
     }
 
+    // A station's folder that can't be made (a file stands in its place)
+    // keeps the records in memory, in order, until it can.
+    void recordsWaitForTheirFolder()
+    {
+        QTemporaryDir dir;
+        QFile blocker(QDir(dir.path()).filePath("st1"));
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        Collector c(dir.path());
+        QSignalSpy notes(&c, &Collector::note);
+        for (int i = 1; i <= 3; ++i)
+            c.take("velmora/st1/main/reading",
+                   MqttMessages::readingPayload(mqtt_rig::reading(kT0 + i * 1000, i, i, 0)));
+        QCOMPARE(c.written(), 3);
+        QVERIFY(c.held() > 0);
+        QCOMPARE(notes.size(), 1); // said once, not for every record
+        QVERIFY(blocker.remove());
+        QTRY_COMPARE_WITH_TIMEOUT(c.held(), 0, 3000);
+        c.stop();
+        QCOMPARE(numbers(mqtt_rig::readBack(QDir(dir.path()).filePath("st1/20h24_11.dat"))),
+                 (QList<qint64>{1, 2, 3}));
+    }
+
     // Killed (SIGKILL) and started again: the readings published meanwhile
     // come from the session the broker kept, those sent again are not written
     // twice, and the file holds each once, in order.
