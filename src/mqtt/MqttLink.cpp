@@ -1,5 +1,7 @@
 #include "mqtt/MqttLink.h"
 
+#include "mqtt/MessageSpool.h"
+
 #include <QFile>
 #include <QMetaObject>
 #include <QPointer>
@@ -24,6 +26,10 @@ struct MqttLink::Shared
     std::mutex mutex;
     std::condition_variable wake; // stop requested
     MqttLink* owner = nullptr;    // null once the link is gone
+    // Where messages go: stays set until stop() has waited for the thread,
+    // so what arrives while the connection closes (acknowledged already) is
+    // not dropped.
+    MqttLink* receiver = nullptr;
     std::mutex handleMutex;
     mosquitto* mosq = nullptr;          // the current connection attempt's handle
     std::atomic<bool> connected{false}; // CONNACK accepted on `mosq`
@@ -31,15 +37,17 @@ struct MqttLink::Shared
     std::atomic<bool> finished{false};
     QString refusal; // the broker's reason for refusing, from the network thread
 
-    // Runs `f` on the owner in its thread, if the owner is still there.
-    template <typename F> void post(F f)
+    // Runs `f` on the owner in its thread, if the owner is still there
+    // (for a message: the receiver).
+    template <typename F> void post(F f, bool message = false)
     {
         std::lock_guard lock(mutex);
-        if (!owner)
+        MqttLink* to = message ? receiver : owner;
+        if (!to)
             return;
-        QPointer<MqttLink> target(owner);
+        QPointer<MqttLink> target(to);
         QMetaObject::invokeMethod(
-            owner,
+            to,
             [target, f] {
                 if (target)
                     f(target.data());
@@ -105,14 +113,22 @@ void onSubscribe(mosquitto*, void* obj, int, int, const int*)
     static_cast<MqttLink::Shared*>(obj)->post([](MqttLink* l) { Q_EMIT l->subscribed(); });
 }
 
-// Called on the network thread: the message is copied and queued to the
-// owner's thread, behind the ones before it.
+// Called on the network thread: the message is kept in the spool, copied
+// and queued to the owner's thread, behind the ones before it.
 void onMessage(mosquitto*, void* obj, const mosquitto_message* msg)
 {
+    auto* s = static_cast<MqttLink::Shared*>(obj);
     QByteArray topic(msg->topic);
     QByteArray payload(static_cast<const char*>(msg->payload), msg->payloadlen);
-    static_cast<MqttLink::Shared*>(obj)->post(
-        [topic, payload](MqttLink* l) { Q_EMIT l->message(topic, payload); });
+    std::shared_ptr<MessageSpool> spool = s->config.spool;
+    const qint64 number = spool ? spool->append(topic, payload) : 0;
+    s->post(
+        [topic, payload, spool, number](MqttLink* l) {
+            Q_EMIT l->message(topic, payload);
+            if (spool)
+                spool->handled(number);
+        },
+        true);
 }
 
 // A fresh handle for each attempt, so no message of an earlier session is
@@ -251,6 +267,7 @@ bool MqttLink::start(const Config& config, QString* why)
     shared_ = std::make_shared<Shared>();
     shared_->config = config;
     shared_->owner = this;
+    shared_->receiver = this;
     std::thread(run, shared_).detach();
     return true;
 }
@@ -268,6 +285,10 @@ void MqttLink::stop(int waitMs)
     const Clock::time_point until = Clock::now() + std::chrono::milliseconds(waitMs);
     while (!shared_->finished && Clock::now() < until)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    {
+        std::lock_guard lock(shared_->mutex);
+        shared_->receiver = nullptr;
+    }
     shared_.reset(); // a thread still in a look-up keeps its share and ends later
 }
 

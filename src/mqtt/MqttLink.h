@@ -6,6 +6,8 @@
 #include <QString>
 #include <memory>
 
+class MessageSpool;
+
 // The connection to the broker: libmosquitto, driven on a thread of its own,
 // so that name look-ups, connecting and the network never hold up the
 // station's thread. It connects, and after a failure or a lost connection
@@ -38,6 +40,8 @@ public:
         // and the QoS 1 messages for them) while the client is away.
         bool cleanSession = true;
         QList<QByteArray> subscriptions; // topic filters, subscribed at QoS 1
+        // Set: each message is kept there until message() has returned.
+        std::shared_ptr<MessageSpool> spool;
         int connectTimeoutMs = 10000;
     };
 
@@ -49,7 +53,8 @@ public:
     bool start(const Config& config, QString* why);
     // Publishes the offline status when connected, disconnects, and waits at
     // most `waitMs` for the thread (a look-up of a dead name server may take
-    // longer; the thread then ends by itself).
+    // longer; the thread then ends by itself). Messages that arrived until
+    // then are still queued to this object's thread as message().
     void stop(int waitMs = 2000);
     bool running() const;
 
