@@ -1,10 +1,12 @@
 #include "fleet/Collector.h"
 
 #include "fleet/CollectedRecord.h"
+#include "mqtt/MessageSpool.h"
 #include "mqtt/MqttIncoming.h"
 #include "platform/Platform.h"
 #include "recording/DataRecord.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 
 Collector::Collector(const QString& recordDir, QObject* parent) : QObject(parent), dir_(recordDir)
@@ -43,6 +45,16 @@ bool Collector::start(const MqttSettings& settings, QString* why)
     c.caFile = settings.caFile;
     c.cleanSession = false;
     c.subscriptions = MqttIncoming::subscriptions(settings.topic);
+    // What the last run took from the broker but had not dealt with when it
+    // was killed comes first; the repeats among it are known by their keys.
+    const QString spoolPath = dir_.filePath(c.clientId + QStringLiteral(".spool"));
+    for (const MessageSpool::Message& m : MessageSpool::read(spoolPath))
+        take(m.topic, m.payload);
+    c.spool = std::make_shared<MessageSpool>();
+    if (!c.spool->open(spoolPath, why)) {
+        *why = QStringLiteral("%1: %2").arg(spoolPath, *why);
+        return false;
+    }
     const QString where = settings.describe();
     const QString id = c.clientId;
     connect(&link_, &MqttLink::connected, this, [this, where] {
@@ -66,11 +78,15 @@ bool Collector::start(const MqttSettings& settings, QString* why)
 void Collector::stop()
 {
     link_.stop();
+    // Messages the connection took (and acknowledged) before it ended may
+    // still wait in this thread's queue: they are written too.
+    QCoreApplication::sendPostedEvents(&link_, QEvent::MetaCall);
     retry_.stop();
     writeHeld();
     retry_.stop();
     if (const qint64 lost = held_.clear())
-        Q_EMIT note(QStringLiteral("%1 records could not be written").arg(lost));
+        Q_EMIT note(QStringLiteral("%1 lines (records, their keys, day marks) could not be written")
+                        .arg(lost));
     sync_.stop();
     syncFiles();
     closeFiles();

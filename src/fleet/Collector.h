@@ -24,7 +24,9 @@
 // It connects under a fixed client id with a persistent session, so the
 // broker keeps the readings published while it is away and delivers them
 // when it comes back. A reading delivered again is written once
-// (SeenReadings). Payloads that are not a station's are counted per station
+// (SeenReadings). What it has taken from the broker is kept in a spool file
+// in the record folder until it is dealt with (MessageSpool), so a kill
+// loses none of it. Payloads that are not a station's are counted per station
 // and reported by rejected(); nothing of them is written.
 //
 // Records go to the files in the order they arrived, each handed to the
@@ -50,6 +52,7 @@ public:
     // One message from the broker: what start() wires to the connection.
     void take(const QByteArray& topic, const QByteArray& payload);
 
+    // Readings taken for the files: written, or kept until they can be.
     qint64 written() const { return written_; }
     qint64 duplicates() const { return duplicates_; }
     int held() const { return held_.size(); }
