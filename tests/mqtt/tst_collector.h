@@ -207,35 +207,6 @@ private Q_SLOTS:
         QCOMPARE(again.written(), 0);
     }
 
-    // Killed while a burst is being written: what it had taken from the
-    // broker but not written is dealt with at the next start.
-    void killedMidStreamLosesNothing()
-    {
-        mqtt_rig::Broker broker;
-        QVERIFY(broker.start());
-        mqtt_rig::Feed feed;
-        QVERIFY(feed.start(broker.port));
-        QTemporaryDir dir;
-        const QString file = QDir(dir.path()).filePath("st1/20h24_11.dat");
-        mqtt_rig::CollectorProcess collector;
-        collector.dir = dir.path();
-        collector.start(broker.port);
-        const int n = 3000;
-        for (int i = 1; i <= n; ++i)
-            feed.reading("st1", mqtt_rig::reading(kT0 + i * 100, i, i, 0));
-        QTRY_VERIFY_WITH_TIMEOUT(!mqtt_rig::readBack(file).isEmpty(), 5000);
-        collector.proc.kill();
-        QVERIFY(collector.proc.waitForFinished(5000));
-        QVERIFY(feed.settle());
-        collector.start(broker.port);
-        QTRY_COMPARE_WITH_TIMEOUT(mqtt_rig::readBack(file).size(), n, 10000);
-        QVERIFY(collector.stop());
-        QList<qint64> all;
-        for (qint64 i = 1; i <= n; ++i)
-            all.append(i);
-        QCOMPARE(numbers(mqtt_rig::readBack(file)), all);
-    }
-
     // A station's folder that can't be made (a file stands in its place)
     // keeps the records in memory, in order, until it can.
     void recordsWaitForTheirFolder()
@@ -259,7 +230,8 @@ private Q_SLOTS:
                  (QList<qint64>{1, 2, 3}));
     }
 
-    // Killed (SIGKILL) and started again: the readings published meanwhile
+    // Killed (SIGKILL) during a burst and started again: what it had taken
+    // but not written is dealt with first, the readings published meanwhile
     // come from the session the broker kept, those sent again are not written
     // twice, and the file holds each once, in order.
     void killedCollectorLosesNothing()
@@ -272,28 +244,26 @@ private Q_SLOTS:
         const QString file = QDir(dir.path()).filePath("st1/20h24_11.dat");
         auto send = [&](int from, int to) {
             for (int i = from; i <= to; ++i)
-                feed.reading("st1", mqtt_rig::reading(kT0 + i * 1000, i, i, 0));
+                feed.reading("st1", mqtt_rig::reading(kT0 + i * 100, i, i, 0));
         };
         mqtt_rig::CollectorProcess collector;
         collector.dir = dir.path();
         collector.start(broker.port);
-        send(1, 5);
-        QTRY_COMPARE_WITH_TIMEOUT(mqtt_rig::readBack(file).size(), 5, 5000);
+        const int n = 3000;
+        send(1, n);
+        QTRY_VERIFY_WITH_TIMEOUT(mqtt_rig::readBack(file).size() >= 2, 5000);
         collector.proc.kill();
         QVERIFY(collector.proc.waitForFinished(5000));
-        send(6, 10);
-        send(4, 5); // the station sends its unacknowledged ones again
+        send(n + 1, n + 5);
+        send(1, 2); // the station sends what it thinks unacknowledged again
         QVERIFY(feed.settle());
         collector.start(broker.port);
-        send(10, 12);
-        QTRY_COMPARE_WITH_TIMEOUT(mqtt_rig::readBack(file).size(), 12, 10000);
+        send(n + 5, n + 6);
+        QTRY_COMPARE_WITH_TIMEOUT(mqtt_rig::readBack(file).size(), n + 6, 10000);
         QVERIFY(collector.stop());
         QList<qint64> all;
-        for (qint64 i = 1; i <= 12; ++i)
+        for (qint64 i = 1; i <= n + 6; ++i)
             all.append(i);
         QCOMPARE(numbers(mqtt_rig::readBack(file)), all);
-        // The second run: 6 to 12 written, 4, 5 and 10 known from the first.
-        QVERIFY2(collector.errors().contains("7 readings written, 3 repeated ones skipped"),
-                 qPrintable(collector.errors()));
     }
 };
