@@ -48,8 +48,10 @@ bool Collector::start(const MqttSettings& settings, QString* why)
     // What the last run took from the broker but had not dealt with when it
     // was killed comes first; the repeats among it are known by their keys.
     const QString spoolPath = dir_.filePath(c.clientId + QStringLiteral(".spool"));
+    replaying_ = true;
     for (const MessageSpool::Message& m : MessageSpool::read(spoolPath))
         take(m.topic, m.payload);
+    replaying_ = false;
     c.spool = std::make_shared<MessageSpool>();
     if (!c.spool->open(spoolPath, why)) {
         *why = QStringLiteral("%1: %2").arg(spoolPath, *why);
@@ -133,11 +135,29 @@ void Collector::take(const QByteArray& topic, const QByteArray& payload)
             held_.add(day, DataRecord::startLine(local));
     }
     // The key follows its record: a key in the journal means a written record.
-    held_.add(folder.filePath(CollectedRecord::fileName(m.reading)),
-              CollectedRecord::bytes(m.reading));
+    const QString path = folder.filePath(CollectedRecord::fileName(m.reading));
+    const QByteArray record = CollectedRecord::bytes(m.reading);
+    // A kill between a record and its key leaves the record last in its
+    // file, its key missing, and the message in the spool: it is not written again.
+    if (replaying_ && held_.empty() && endsWith(path, record)) {
+        held_.add(seen.journalPath(), seen.add(key));
+        ++duplicates_;
+        writeHeld();
+        return;
+    }
+    held_.add(path, record);
     held_.add(seen.journalPath(), seen.add(key));
     ++written_;
     writeHeld();
+}
+
+bool Collector::endsWith(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly) || f.size() < bytes.size())
+        return false;
+    f.seek(f.size() - bytes.size());
+    return f.read(bytes.size()) == bytes;
 }
 
 bool Collector::append(const QString& path, const QByteArray& bytes, QString* why)

@@ -75,6 +75,7 @@ private:
     void reject(const QString& station, const QByteArray& topic, const QString& why);
     SeenReadings& seenOf(const QString& station);
     bool append(const QString& path, const QByteArray& bytes, QString* why);
+    static bool endsWith(const QString& path, const QByteArray& bytes);
     void writeHeld();
     void syncFiles();
     void closeFiles();
@@ -86,6 +87,7 @@ private:
     QString state_;
     HeldRecords held_;
     bool failing_ = false;
+    bool replaying_ = false; // dealing with what the spool kept from the last run
     std::map<QString, std::unique_ptr<SeenReadings>> seen_;
     std::map<QString, std::unique_ptr<QFile>> files_;
     QSet<QString> touched_; // files written since the last sync
