@@ -6,7 +6,9 @@
 #include <QJsonParseError>
 #include <QJsonValue>
 #include <QList>
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace MqttIncoming {
 
@@ -27,13 +29,11 @@ bool channelAddress(const QByteArray& level, int* address)
         *address = -1;
         return true;
     }
-    bool ok = false;
-    const int a = level.toInt(&ok);
-    if (level.size() != 3 || !ok || a < 0 || a > 255 || level.front() == '-' ||
-        level.front() == '+')
+    if (level.size() != 3 ||
+        !std::all_of(level.begin(), level.end(), [](char c) { return c >= '0' && c <= '9'; }))
         return false;
-    *address = a;
-    return true;
+    *address = level.toInt();
+    return *address <= 255;
 }
 
 // An integer of JSON: a number without a fraction, within `min`..`max`.

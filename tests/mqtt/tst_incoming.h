@@ -94,6 +94,9 @@ private Q_SLOTS:
         QTest::newRow("channel not an address")
             << QByteArray("velmora/st1/12a/reading") << good() + rest << "st1"
             << "unexpected topic levels";
+        QTest::newRow("channel with a space")
+            << QByteArray("velmora/st1/ 12/reading") << good() + rest << "st1"
+            << "unexpected topic levels";
         QTest::newRow("address past 255")
             << QByteArray("velmora/st1/256/reading") << good() + rest << "st1"
             << "unexpected topic levels";
