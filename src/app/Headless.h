@@ -19,6 +19,8 @@ struct HeadlessOptions
     bool rs485 = false;      // run on the RS-485 line
     QList<int> addresses;    // scanned on the line (all 256 when empty)
     QList<int> simAddresses; // the simulated line's analyzers
+    bool collect = false;    // the central recorder instead of a station
+    QString recordDir;       // where it writes (empty: the data folder)
 };
 
 // The station without windows: reads Tervala.ini, opens the port (or the
@@ -26,6 +28,13 @@ struct HeadlessOptions
 // on stdout; messages go to stderr. SIGINT or SIGTERM perform Stop, release
 // the port and end with 0.
 int runHeadless(QCoreApplication& app, const HeadlessOptions& options);
+
+// The central recorder (--headless --collect): takes every station's
+// readings from the broker of the [MQTT] section and writes them into the
+// stations' data files under the record folder (Collector). Broker state,
+// station status and rejected payloads go to stderr. SIGINT or SIGTERM write
+// what is kept, sync and close the files and end with 0.
+int runCollector(QCoreApplication& app, const HeadlessOptions& options);
 
 class HeadlessNotifier;
 class Station;

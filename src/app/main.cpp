@@ -79,8 +79,17 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("to-csv"),
         QStringLiteral("Write the records of the data files given as arguments to standard "
                        "output as CSV, in time order, and exit."));
+    const QCommandLineOption collect(
+        QStringLiteral("collect"),
+        QStringLiteral("Headless: be the site's central recorder: write every station's readings "
+                       "from the [MQTT] broker into their data files, a folder per station."));
+    const QCommandLineOption recordDir(
+        QStringLiteral("record-dir"),
+        QStringLiteral("With --collect: the folder for the stations' folders (default: the data "
+                       "folder)."),
+        QStringLiteral("dir"));
     cli.addOptions({headless, simulate, simRate, simProfile, fromDevice, verbose, record, rs485,
-                    addresses, simLine, toCsv});
+                    addresses, simLine, toCsv, collect, recordDir});
     cli.addPositionalArgument(QStringLiteral("files"),
                               QStringLiteral("With --to-csv: the data files (.dat)."),
                               QStringLiteral("[FILE...]"));
@@ -100,6 +109,12 @@ Options parse(const QCoreApplication& app)
     o.run.verbose = cli.isSet(verbose);
     o.run.record = cli.isSet(record);
     o.run.rs485 = cli.isSet(rs485);
+    o.run.collect = cli.isSet(collect);
+    o.run.recordDir = cli.value(recordDir);
+    if (o.run.collect && !o.headless) {
+        std::fprintf(stderr, "velmora: --collect runs with --headless\n");
+        std::exit(2);
+    }
     auto list = [&](const QCommandLineOption& option, QList<int>& into) {
         QString why;
         const auto parsed = parseAddressList(cli.value(option), &why);
@@ -231,6 +246,8 @@ int main(int argc, char** argv)
         const Options o = parse(app); // prints help or version and exits
         if (!o.csvFiles.isEmpty())
             return runCsv(o.csvFiles);
+        if (o.run.collect)
+            return runCollector(app, o.run);
         return runHeadless(app, o.run);
     }
     QApplication app(argc, argv);

@@ -1,5 +1,7 @@
 #include "mqtt/MqttLink.h"
 
+#include "mqtt/MessageSpool.h"
+
 #include <QFile>
 #include <QMetaObject>
 #include <QPointer>
@@ -11,6 +13,7 @@
 #include <mosquitto.h>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 using Clock = std::chrono::steady_clock;
 
@@ -23,6 +26,10 @@ struct MqttLink::Shared
     std::mutex mutex;
     std::condition_variable wake; // stop requested
     MqttLink* owner = nullptr;    // null once the link is gone
+    // Where messages go: stays set until stop() has waited for the thread,
+    // so what arrives while the connection closes (acknowledged already) is
+    // not dropped.
+    MqttLink* receiver = nullptr;
     std::mutex handleMutex;
     mosquitto* mosq = nullptr;          // the current connection attempt's handle
     std::atomic<bool> connected{false}; // CONNACK accepted on `mosq`
@@ -30,15 +37,17 @@ struct MqttLink::Shared
     std::atomic<bool> finished{false};
     QString refusal; // the broker's reason for refusing, from the network thread
 
-    // Runs `f` on the owner in its thread, if the owner is still there.
-    template <typename F> void post(F f)
+    // Runs `f` on the owner in its thread, if the owner is still there
+    // (for a message: the receiver).
+    template <typename F> void post(F f, bool message = false)
     {
         std::lock_guard lock(mutex);
-        if (!owner)
+        MqttLink* to = message ? receiver : owner;
+        if (!to)
             return;
-        QPointer<MqttLink> target(owner);
+        QPointer<MqttLink> target(to);
         QMetaObject::invokeMethod(
-            owner,
+            to,
             [target, f] {
                 if (target)
                     f(target.data());
@@ -77,9 +86,19 @@ void onConnect(mosquitto* m, void* obj, int rc)
         s->refusal = QString::fromUtf8(mosquitto_connack_string(rc));
         return;
     }
-    mosquitto_publish(m, nullptr, s->config.statusTopic.constData(),
-                      int(s->config.onlinePayload.size()), s->config.onlinePayload.constData(), 1,
-                      true);
+    const MqttLink::Config& c = s->config;
+    if (!c.statusTopic.isEmpty())
+        mosquitto_publish(m, nullptr, c.statusTopic.constData(), int(c.onlinePayload.size()),
+                          c.onlinePayload.constData(), 1, true);
+    // Subscribed again on every connection: a broker that lost the session
+    // (restarted without persistence) would otherwise send nothing.
+    if (!c.subscriptions.isEmpty()) {
+        std::vector<const char*> filters;
+        for (const QByteArray& filter : c.subscriptions)
+            filters.push_back(filter.constData());
+        mosquitto_subscribe_multiple(m, nullptr, int(filters.size()),
+                                     const_cast<char* const*>(filters.data()), 1, 0, nullptr);
+    }
     s->connected = true;
     s->post([](MqttLink* l) { Q_EMIT l->connected(); });
 }
@@ -89,12 +108,35 @@ void onPublish(mosquitto*, void* obj, int mid)
     static_cast<MqttLink::Shared*>(obj)->post([mid](MqttLink* l) { Q_EMIT l->delivered(mid); });
 }
 
+void onSubscribe(mosquitto*, void* obj, int, int, const int*)
+{
+    static_cast<MqttLink::Shared*>(obj)->post([](MqttLink* l) { Q_EMIT l->subscribed(); });
+}
+
+// Called on the network thread: the message is kept in the spool, copied
+// and queued to the owner's thread, behind the ones before it.
+void onMessage(mosquitto*, void* obj, const mosquitto_message* msg)
+{
+    auto* s = static_cast<MqttLink::Shared*>(obj);
+    QByteArray topic(msg->topic);
+    QByteArray payload(static_cast<const char*>(msg->payload), msg->payloadlen);
+    std::shared_ptr<MessageSpool> spool = s->config.spool;
+    const qint64 number = spool ? spool->append(topic, payload) : 0;
+    s->post(
+        [topic, payload, spool, number](MqttLink* l) {
+            Q_EMIT l->message(topic, payload);
+            if (spool)
+                spool->handled(number);
+        },
+        true);
+}
+
 // A fresh handle for each attempt, so no message of an earlier session is
 // sent again behind the station's back.
 mosquitto* newHandle(MqttLink::Shared& s, QString* why)
 {
     const MqttLink::Config& c = s.config;
-    mosquitto* m = mosquitto_new(c.clientId.toUtf8().constData(), true, &s);
+    mosquitto* m = mosquitto_new(c.clientId.toUtf8().constData(), c.cleanSession, &s);
     if (!m) {
         *why = QStringLiteral("out of memory");
         return nullptr;
@@ -103,7 +145,11 @@ mosquitto* newHandle(MqttLink::Shared& s, QString* why)
     mosquitto_int_option(m, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
     mosquitto_connect_callback_set(m, onConnect);
     mosquitto_publish_callback_set(m, onPublish);
-    int rc = mosquitto_will_set(m, c.statusTopic.constData(), int(c.offlinePayload.size()),
+    mosquitto_message_callback_set(m, onMessage);
+    mosquitto_subscribe_callback_set(m, onSubscribe);
+    int rc = MOSQ_ERR_SUCCESS;
+    if (!c.statusTopic.isEmpty())
+        rc = mosquitto_will_set(m, c.statusTopic.constData(), int(c.offlinePayload.size()),
                                 c.offlinePayload.constData(), 1, true);
     if (rc == MOSQ_ERR_SUCCESS && !c.user.isEmpty())
         rc = mosquitto_username_pw_set(m, c.user.toUtf8().constData(),
@@ -154,8 +200,9 @@ bool runConnection(MqttLink::Shared& s, mosquitto* m, QString* why)
     if (s.stopping && established) {
         // A clean end: the status says so before the connection closes.
         int mid = -1;
-        mosquitto_publish(m, &mid, c.statusTopic.constData(), int(c.offlinePayload.size()),
-                          c.offlinePayload.constData(), 1, true);
+        if (!c.statusTopic.isEmpty())
+            mosquitto_publish(m, &mid, c.statusTopic.constData(), int(c.offlinePayload.size()),
+                              c.offlinePayload.constData(), 1, true);
         mosquitto_disconnect(m);
         for (int i = 0; i < 10 && mosquitto_loop(m, 50, 1) == MOSQ_ERR_SUCCESS; ++i) {
         }
@@ -220,6 +267,7 @@ bool MqttLink::start(const Config& config, QString* why)
     shared_ = std::make_shared<Shared>();
     shared_->config = config;
     shared_->owner = this;
+    shared_->receiver = this;
     std::thread(run, shared_).detach();
     return true;
 }
@@ -237,6 +285,10 @@ void MqttLink::stop(int waitMs)
     const Clock::time_point until = Clock::now() + std::chrono::milliseconds(waitMs);
     while (!shared_->finished && Clock::now() < until)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    {
+        std::lock_guard lock(shared_->mutex);
+        shared_->receiver = nullptr;
+    }
     shared_.reset(); // a thread still in a look-up keeps its share and ends later
 }
 

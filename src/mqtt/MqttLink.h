@@ -1,16 +1,21 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <memory>
 
+class MessageSpool;
+
 // The connection to the broker: libmosquitto, driven on a thread of its own,
 // so that name look-ups, connecting and the network never hold up the
 // station's thread. It connects, and after a failure or a lost connection
-// connects again (1 s, doubling to 10 s). On every connection it publishes
-// `onlinePayload` on the status topic (retained), and it leaves
-// `offlinePayload` there as its last will; stop() publishes it too.
+// connects again (1 s, doubling to 10 s). With a status topic, on every
+// connection it publishes `onlinePayload` there (retained), and it leaves
+// `offlinePayload` there as its last will; stop() publishes it too. On every
+// connection it subscribes to `subscriptions`; what arrives on them comes as
+// message(), in the order the broker sent it.
 //
 // Everything it reports arrives as a signal in the thread that owns it.
 // publish() may be called only between connected() and the next
@@ -31,6 +36,12 @@ public:
         QByteArray onlinePayload = "online";
         QByteArray offlinePayload = "offline";
         int keepaliveSeconds = 20;
+        // Off: the broker keeps the session of `clientId` (its subscriptions
+        // and the QoS 1 messages for them) while the client is away.
+        bool cleanSession = true;
+        QList<QByteArray> subscriptions; // topic filters, subscribed at QoS 1
+        // Set: each message is kept there until message() has returned.
+        std::shared_ptr<MessageSpool> spool;
         int connectTimeoutMs = 10000;
     };
 
@@ -42,7 +53,8 @@ public:
     bool start(const Config& config, QString* why);
     // Publishes the offline status when connected, disconnects, and waits at
     // most `waitMs` for the thread (a look-up of a dead name server may take
-    // longer; the thread then ends by itself).
+    // longer; the thread then ends by itself). Messages that arrived until
+    // then are still queued to this object's thread as message().
     void stop(int waitMs = 2000);
     bool running() const;
 
@@ -58,6 +70,10 @@ Q_SIGNALS:
     void disconnected(const QString& why);
     // The broker acknowledged the message with this id (QoS 1).
     void delivered(int mid);
+    // The broker confirmed the subscriptions of this connection.
+    void subscribed();
+    // A message arrived on one of the subscriptions.
+    void message(const QByteArray& topic, const QByteArray& payload);
 
 private:
     std::shared_ptr<Shared> shared_;

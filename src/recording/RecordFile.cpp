@@ -117,7 +117,7 @@ bool parseFields(const char* p, const char* end, Fields& f)
         field(2, &b, &e);
         f.address = -1;
         f.hasSecond = false;
-        return digitsValue(b, e, 9, &f.raw);
+        return signedValue(b, e, &f.raw); // below zero once a zero offset is off
     }
     field(0, &b, &e);
     if (!timeOfDay(b, e, &f.seconds))

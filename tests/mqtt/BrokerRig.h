@@ -62,7 +62,8 @@ public:
             return false;
         conf.write("listener " + QByteArray::number(port) +
                    " 127.0.0.1\nallow_anonymous true\n"
-                   "persistence true\npersistence_location " +
+                   // A subscriber away keeps more than the default 1000 messages.
+                   "max_queued_messages 100000\npersistence true\npersistence_location " +
                    dir.path().toLocal8Bit() + "/\n");
         if (::getuid() == 0)
             conf.write("user root\n"); // else it drops to a user that can't write the folder

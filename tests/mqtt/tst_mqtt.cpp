@@ -1,6 +1,7 @@
 // Publishing: topics and payloads byte for byte, then against a real broker:
 // what the simulator's readings become, a broker restart, the last will, bad
 // settings, and the settings dialog driving the publisher the windows use.
+// Receiving: what stations publish read back, and the central recorder.
 #include "BrokerRig.h"
 #include "TestMain.h"
 #include "mqtt/MqttMessages.h"
@@ -8,6 +9,8 @@
 #include "mqtt/frmMQTT.h"
 #include "station/Notifier.h"
 #include "station/Station.h"
+#include "tst_collector.h"
+#include "tst_incoming.h"
 
 #include <QDateTime>
 #include <QLineEdit>
@@ -256,5 +259,5 @@ private Q_SLOTS:
     }
 };
 
-VELMORA_TEST_MAIN(MessagesTest, BrokerTest)
+VELMORA_TEST_MAIN(MessagesTest, BrokerTest, IncomingTest, CollectorTest)
 #include "tst_mqtt.moc"
