@@ -111,8 +111,9 @@ void onMessage(mosquitto*, void* obj, const mosquitto_message* msg)
 {
     QByteArray topic(msg->topic);
     QByteArray payload(static_cast<const char*>(msg->payload), msg->payloadlen);
+    const bool retained = msg->retain;
     static_cast<MqttLink::Shared*>(obj)->post(
-        [topic, payload](MqttLink* l) { Q_EMIT l->message(topic, payload); });
+        [topic, payload, retained](MqttLink* l) { Q_EMIT l->message(topic, payload, retained); });
 }
 
 // A fresh handle for each attempt, so no message of an earlier session is
