@@ -4,6 +4,7 @@
 #include "fleet/frmControlRoom.h"
 #include "mqtt/MqttPublisher.h"
 #include "mqtt/frmMQTT.h"
+#include "station/Station.h"
 
 #include <QLabel>
 #include <QStatusBar>

@@ -146,3 +146,14 @@ void SiteTiles::refreshChannels(const QStringList& keys)
         if (ChannelTile* t = tiles_.value(k))
             t->update();
 }
+
+void SiteTiles::focusFirst()
+{
+    for (const QString& id : std::as_const(shown_)) {
+        const SiteModel::Station* s = model_.station(id);
+        if (s && !s->channels.isEmpty()) {
+            tile(id, s->channels.front())->setFocus(Qt::ShortcutFocusReason);
+            return;
+        }
+    }
+}

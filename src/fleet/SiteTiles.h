@@ -36,6 +36,8 @@ public:
     const QStringList& knownOrder() const { return known_; }
     bool sorted() const { return sorted_; }
     static QString headingText(const SiteModel::Station& s);
+    // Puts the focus on the first tile shown.
+    void focusFirst();
 
 Q_SIGNALS:
     void tileOpened(const QString& station, const QByteArray& channel);

@@ -127,10 +127,7 @@ void frmControlRoom::buildUi()
     });
     QAction* tilesKey = site->addAction(QStringLiteral("&Tiles"));
     tilesKey->setShortcut(QKeySequence(Qt::ALT | Qt::Key_T));
-    connect(tilesKey, &QAction::triggered, this, [this] {
-        if (QWidget* w = tiles_->widget()->nextInFocusChain(); w && w != tiles_->widget())
-            w->setFocus(Qt::ShortcutFocusReason);
-    });
+    connect(tilesKey, &QAction::triggered, tiles_, &SiteTiles::focusFirst);
     QAction* alarmsKey = site->addAction(QStringLiteral("A&larms"));
     alarmsKey->setShortcut(QKeySequence(Qt::ALT | Qt::Key_L));
     connect(alarmsKey, &QAction::triggered, this, [this] { alarms_->list()->setFocus(); });
