@@ -12,6 +12,7 @@ ChannelTile::ChannelTile(const SiteModel& model, const QString& station, const Q
     setObjectName(QStringLiteral("tile_%1_%2").arg(station, QLatin1String(channel)));
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_OpaquePaintEvent);
+    setFixedSize(sizeHint());
     setToolTip(QStringLiteral("%1 %2: double-click for its trend graph")
                    .arg(station, QLatin1String(channel)));
 }

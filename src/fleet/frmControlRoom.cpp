@@ -103,6 +103,7 @@ void frmControlRoom::buildUi()
     split->addWidget(alarms_);
     split->setStretchFactor(0, 3);
     split->setStretchFactor(1, 1);
+    split->setSizes({560, 200});
     setCentralWidget(split);
     connect(tiles_, &SiteTiles::tileOpened, this,
             [this](const QString& station, const QByteArray& channel) {
@@ -143,7 +144,7 @@ void frmControlRoom::buildUi()
     lblSite_->setObjectName(QStringLiteral("lblSite"));
     statusBar()->addWidget(lblMqtt_, 1);
     statusBar()->addPermanentWidget(lblSite_);
-    resize(860, 640);
+    resize(820, 840);
 }
 
 bool frmControlRoom::connectBroker(const MqttSettings& settings)
