@@ -221,6 +221,42 @@ private Q_SLOTS:
         QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("st1"));
     }
 
+    // The stations' order outlives the window: as first seen, here or in an
+    // earlier run, or by name.
+    void layout_data()
+    {
+        QTest::addColumn<QString>("kept");
+        QTest::addColumn<bool>("sorted");
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("first seen") << "" << false << QStringList{"st-b", "st-c", "st-a"};
+        QTest::newRow("kept from before")
+            << "st-a,st-x,st-c" << false << QStringList{"st-a", "st-c", "st-b"};
+        QTest::newRow("sorted") << "st-c" << true << QStringList{"st-a", "st-b", "st-c"};
+    }
+    void layout()
+    {
+        QFETCH(QString, kept);
+        QFETCH(bool, sorted);
+        QFETCH(QStringList, shown);
+        QVERIFY(WriteIni("ControlRoom", "Stations", kept, "Tervala.ini"));
+        QVERIFY(WriteIni("ControlRoom", "Sorted", sorted ? "1" : "0", "Tervala.ini"));
+        QVERIFY(WriteIni("ControlRoom", "Graphs", "", "Tervala.ini"));
+        QStringList seen;
+        {
+            frmControlRoom r(notifier_);
+            r.setAttribute(Qt::WA_DeleteOnClose, false);
+            for (const char* id : {"st-b", "st-c", "st-a"})
+                r.model().take(MqttMessages::statusTopic("velmora", id), "online", true);
+            r.model().flush();
+            QCOMPARE(r.tiles()->stationsShown(), shown);
+            seen = r.tiles()->knownOrder();
+        }
+        const QString stored = ReadIni("ControlRoom", "Stations", "Tervala.ini");
+        QCOMPARE(stored, seen.join(','));
+        for (const QString& id : shown)
+            QVERIFY(stored.split(',').contains(id));
+    }
+
     // A tile opens its channel's trend graph, which then draws each reading.
     void graph()
     {
