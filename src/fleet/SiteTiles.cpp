@@ -1,6 +1,7 @@
 #include "fleet/SiteTiles.h"
 
 #include "fleet/ChannelTile.h"
+#include "fleet/FlowLayout.h"
 
 #include <QDateTime>
 #include <QGridLayout>
@@ -8,12 +9,10 @@
 #include <QVBoxLayout>
 
 SiteTiles::SiteTiles(const SiteModel& model, QWidget* parent)
-    : QScrollArea(parent), model_(model), inner_(new QWidget(this)),
-      column_(new QVBoxLayout(inner_))
+    : QScrollArea(parent), model_(model), inner_(new QWidget(this)), column_(new FlowLayout(inner_))
 {
     setObjectName(QStringLiteral("SiteTiles"));
     setWidgetResizable(true);
-    column_->addStretch(1);
     setWidget(inner_);
     connect(&model, &SiteModel::layoutChanged, this, &SiteTiles::addMissing);
     connect(&model, &SiteModel::stationsChanged, this, &SiteTiles::refreshStations);

@@ -9,7 +9,7 @@
 class ChannelTile;
 class QGridLayout;
 class QLabel;
-class QVBoxLayout;
+class FlowLayout;
 
 // The tiles of a whole site, grouped by station: each group has a heading
 // with the station's name, its state and when that changed (and its count of
@@ -57,7 +57,7 @@ private:
 
     const SiteModel& model_;
     QWidget* inner_;
-    QVBoxLayout* column_;
+    FlowLayout* column_;
     QHash<QString, Group> groups_;
     QHash<QString, ChannelTile*> tiles_; // by the channel's key
     QStringList shown_;
