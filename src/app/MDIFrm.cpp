@@ -64,6 +64,7 @@ MDIFrm::MDIFrm(Station& st, QWidget* parent) : QMainWindow(parent), st_(st)
 
 MDIFrm::~MDIFrm()
 {
+    delete controlRoom_; // it speaks through the station's notifier
     // The station outlives the frame: nothing of it may call back into the windows.
     for (auto& sink : {Station::MainGraphSink, Station::AddedGraphSink, Station::ValueWindowSink})
         st_.sinks[sink] = nullptr;
@@ -99,6 +100,8 @@ void MDIFrm::buildMenus()
     connect(endSaving, &QAction::triggered, this, &MDIFrm::mnuEndSaving_Click);
     connect(addItem(file, "mnuOpenRecord", QStringLiteral("&Open Record...")), &QAction::triggered,
             this, &MDIFrm::mnuOpenRecord_Click);
+    connect(addItem(file, "mnuControlRoom", QStringLiteral("&Control Room")), &QAction::triggered,
+            this, &MDIFrm::mnuControlRoom_Click);
     connect(addItem(file, "mnuReadConf", QStringLiteral("Load &PreSet")), &QAction::triggered, this,
             &MDIFrm::mnuReadConf_Click);
     connect(addItem(file, "mnuSaveConf", QStringLiteral("&Save Config")), &QAction::triggered, this,

@@ -74,6 +74,10 @@ public:
     // Set > MQTT: the broker settings (frmMQTT), applied on OK.
     void mnuMQTT_Click();
     MqttPublisher* publisher() const { return publisher_; }
+    // File > Control Room: every station of the site from the broker, in a
+    // window of its own (one at a time).
+    void mnuControlRoom_Click();
+    QWidget* controlRoom() const { return controlRoom_; }
     void Tbr1_ButtonClick(const QString& key);
     void cmbType_Click();
     void mnuGraph_Click();
@@ -170,6 +174,7 @@ private:
     AlarmCheck* alarms_ = nullptr;
     MqttPublisher* publisher_ = nullptr;
     QLabel* lblMqtt_ = nullptr;
+    QPointer<QWidget> controlRoom_;
     frmComment* comment_ = nullptr; // hidden, never deleted, when closed
     QPointer<frmOscil> mainGraph_;
     QPointer<frmOscil> addedGraph_;

@@ -365,6 +365,8 @@ void MDIFrm::closeEvent(QCloseEvent* e)
 {
     if (!exiting_)
         mnuExit_Click();
+    if (controlRoom_)
+        controlRoom_->close();
     e->accept();
     QMainWindow::closeEvent(e);
 }

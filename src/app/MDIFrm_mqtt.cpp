@@ -1,8 +1,10 @@
-// The main frame's part in publishing: the publisher, its status-bar label
-// and the settings dialog.
+// The main frame's part in the broker: the publisher, its status-bar label,
+// the settings dialog, and the control room.
 #include "app/MDIFrm.h"
+#include "fleet/frmControlRoom.h"
 #include "mqtt/MqttPublisher.h"
 #include "mqtt/frmMQTT.h"
+#include "station/Station.h"
 
 #include <QLabel>
 #include <QStatusBar>
@@ -33,4 +35,18 @@ void MDIFrm::mnuMQTT_Click()
 {
     frmMQTT dialog(*publisher_, this);
     dialog.exec();
+}
+
+void MDIFrm::mnuControlRoom_Click()
+{
+    if (!controlRoom_) {
+        // A window of its own beside the frame, not a child in its MDI area:
+        // it is watched on another screen as often as not.
+        auto* room = new frmControlRoom(st_.notifier());
+        room->connectBroker(MqttSettings::read());
+        controlRoom_ = room;
+    }
+    controlRoom_->show();
+    controlRoom_->raise();
+    controlRoom_->activateWindow();
 }

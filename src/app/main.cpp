@@ -4,6 +4,8 @@
 #include "app/Headless.h"
 #include "app/MDIFrm.h"
 #include "display/frmVal.h"
+#include "fleet/frmControlRoom.h"
+#include "mqtt/MqttSettings.h"
 #include "net/PortAddress.h"
 #include "recording/CsvExport.h"
 #include "sim/SimConfig.h"
@@ -14,6 +16,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
+#include <QPointer>
 #include <QTimer>
 #include <cstring>
 #include <memory>
@@ -24,6 +27,7 @@ struct Options
 {
     bool headless = false;
     bool simLine = false; // the simulator is an RS-485 line
+    bool controlRoom = false;
     QStringList csvFiles; // --to-csv
     HeadlessOptions run;
 };
@@ -88,8 +92,12 @@ Options parse(const QCoreApplication& app)
         QStringLiteral("With --collect: the folder for the stations' folders (default: the data "
                        "folder)."),
         QStringLiteral("dir"));
+    const QCommandLineOption controlRoom(
+        QStringLiteral("control-room"),
+        QStringLiteral("Open only the control room: every station publishing to the [MQTT] "
+                       "broker, in one window."));
     cli.addOptions({headless, simulate, simRate, simProfile, fromDevice, verbose, record, rs485,
-                    addresses, simLine, toCsv, collect, recordDir});
+                    addresses, simLine, toCsv, collect, recordDir, controlRoom});
     cli.addPositionalArgument(QStringLiteral("files"),
                               QStringLiteral("With --to-csv: the data files (.dat)."),
                               QStringLiteral("[FILE...]"));
@@ -111,6 +119,11 @@ Options parse(const QCoreApplication& app)
     o.run.rs485 = cli.isSet(rs485);
     o.run.collect = cli.isSet(collect);
     o.run.recordDir = cli.value(recordDir);
+    o.controlRoom = cli.isSet(controlRoom);
+    if (o.controlRoom && (o.headless || o.run.simulate)) {
+        std::fprintf(stderr, "velmora: --control-room runs alone, with its window\n");
+        std::exit(2);
+    }
     if (o.run.collect && !o.headless) {
         std::fprintf(stderr, "velmora: --collect runs with --headless\n");
         std::exit(2);
@@ -198,6 +211,19 @@ int runWindowed(QApplication& app, const Options& o)
     return rc;
 }
 
+// The control room alone: no port, no station of its own, the one window.
+int runControlRoom(QApplication& app)
+{
+    GuiNotifier notifier;
+    QPointer<frmControlRoom> room = new frmControlRoom(notifier);
+    notifier.setParentWindow(room);
+    room->connectBroker(MqttSettings::read());
+    room->show();
+    const int rc = app.exec();
+    delete room.data(); // closed by its own box it is gone already
+    return rc;
+}
+
 // The records of data files as CSV on standard output; what was skipped and
 // what could not be read on stderr. Fails only when nothing could be read.
 int runCsv(const QStringList& files)
@@ -254,5 +280,7 @@ int main(int argc, char** argv)
     describe(app);
     QApplication::setApplicationDisplayName(QStringLiteral("Velmora"));
     const Options o = parse(app);
+    if (o.controlRoom)
+        return runControlRoom(app);
     return runWindowed(app, o);
 }

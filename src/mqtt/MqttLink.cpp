@@ -122,9 +122,10 @@ void onMessage(mosquitto*, void* obj, const mosquitto_message* msg)
     QByteArray payload(static_cast<const char*>(msg->payload), msg->payloadlen);
     std::shared_ptr<MessageSpool> spool = s->config.spool;
     const qint64 number = spool ? spool->append(topic, payload) : 0;
+    const bool retained = msg->retain;
     s->post(
-        [topic, payload, spool, number](MqttLink* l) {
-            Q_EMIT l->message(topic, payload);
+        [topic, payload, retained, spool, number](MqttLink* l) {
+            Q_EMIT l->message(topic, payload, retained);
             if (spool)
                 spool->handled(number);
         },

@@ -72,8 +72,9 @@ Q_SIGNALS:
     void delivered(int mid);
     // The broker confirmed the subscriptions of this connection.
     void subscribed();
-    // A message arrived on one of the subscriptions.
-    void message(const QByteArray& topic, const QByteArray& payload);
+    // A message arrived on one of the subscriptions; `retained` when the
+    // broker kept it from before this connection.
+    void message(const QByteArray& topic, const QByteArray& payload, bool retained);
 
 private:
     std::shared_ptr<Shared> shared_;

@@ -66,4 +66,10 @@ inline constexpr char MqttClientId[] = "ClientId";
 inline constexpr char MqttUser[] = "User";
 inline constexpr char MqttPassword[] = "Password";
 inline constexpr char MqttCAFile[] = "CAFile";
+
+// The control room's layout.
+inline constexpr char SecControlRoom[] = "ControlRoom";
+inline constexpr char CrStations[] = "Stations"; // the stations in the order first seen, by commas
+inline constexpr char CrSorted[] = "Sorted";     // 1: stations sorted by name
+inline constexpr char CrGraphs[] = "Graphs"; // the open trend graphs: station/channel, by commas
 } // namespace Ini
