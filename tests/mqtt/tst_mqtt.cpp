@@ -186,7 +186,7 @@ private Q_SLOTS:
         (void)QTest::qWaitFor(
             [&] {
                 QSet<int> records;
-                for (const Message& m : sub.on(QStringLiteral("/main/reading")))
+                for (const Message& m : site.sub.on(QStringLiteral("/main/reading")))
                     records.insert(m.json().value("record").toInt());
                 return records.size() >= printed;
             },
