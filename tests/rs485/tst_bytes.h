@@ -117,7 +117,8 @@ private Q_SLOTS:
         QElapsedTimer t;
         t.start();
         QTEST(ReplyIsOK(r.st, 8, r.st.myComm, wait), "ok");
-        QVERIFY2(t.elapsed() >= minMs && t.elapsed() <= maxMs,
+        // A coarse timer may fire a millisecond or two early.
+        QVERIFY2(t.elapsed() >= minMs - 2 && t.elapsed() <= maxMs,
                  qPrintable(QString::number(t.elapsed())));
         QTEST(r.n.lastStatus.value(0), "status");
         QCOMPARE(r.st.myComm.InBufferCount(), int(waiting.size())); // left for the caller
