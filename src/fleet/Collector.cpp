@@ -36,13 +36,7 @@ bool Collector::start(const MqttSettings& settings, QString* why)
         return false;
     }
     topic_ = settings.topic;
-    MqttLink::Config c;
-    c.host = settings.host;
-    c.port = settings.effectivePort();
-    c.clientId = clientId(settings);
-    c.user = settings.user;
-    c.password = settings.password;
-    c.caFile = settings.caFile;
+    MqttLink::Config c = MqttLink::configFor(settings, clientId(settings));
     c.cleanSession = false;
     c.subscriptions = MqttIncoming::subscriptions(settings.topic);
     // What the last run took from the broker but had not dealt with when it

@@ -156,13 +156,7 @@ bool frmControlRoom::connectBroker(const MqttSettings& settings)
         setState(QStringLiteral("MQTT: no broker; choose one in Site > Broker"));
         return false;
     }
-    MqttLink::Config c;
-    c.host = settings.host;
-    c.port = settings.effectivePort();
-    c.clientId = clientId(settings);
-    c.user = settings.user;
-    c.password = settings.password;
-    c.caFile = settings.caFile;
+    MqttLink::Config c = MqttLink::configFor(settings, clientId(settings));
     c.subscriptions = MqttIncoming::subscriptions(settings.topic);
     QString why;
     if (!link_.start(c, &why)) {

@@ -1,6 +1,7 @@
 #include "mqtt/MqttLink.h"
 
 #include "mqtt/MessageSpool.h"
+#include "mqtt/MqttSettings.h"
 
 #include <QFile>
 #include <QMetaObject>
@@ -309,4 +310,16 @@ int MqttLink::publish(const QByteArray& topic, const QByteArray& payload, int qo
     const int rc = mosquitto_publish(shared_->mosq, &mid, topic.constData(), int(payload.size()),
                                      payload.constData(), qos, retain);
     return rc == MOSQ_ERR_SUCCESS ? mid : -1;
+}
+
+MqttLink::Config MqttLink::configFor(const MqttSettings& settings, const QString& clientId)
+{
+    Config c;
+    c.host = settings.host;
+    c.port = settings.effectivePort();
+    c.clientId = clientId;
+    c.user = settings.user;
+    c.password = settings.password;
+    c.caFile = settings.caFile;
+    return c;
 }

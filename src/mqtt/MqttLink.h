@@ -6,6 +6,8 @@
 #include <QString>
 #include <memory>
 
+struct MqttSettings;
+
 class MessageSpool;
 
 // The connection to the broker: libmosquitto, driven on a thread of its own,
@@ -44,6 +46,8 @@ public:
         std::shared_ptr<MessageSpool> spool;
         int connectTimeoutMs = 10000;
     };
+    // The broker, account and TLS of the [MQTT] section, connecting as `clientId`.
+    static Config configFor(const MqttSettings& settings, const QString& clientId);
 
     explicit MqttLink(QObject* parent = nullptr);
     ~MqttLink() override;

@@ -48,15 +48,10 @@ bool MqttPublisher::apply(const MqttSettings& settings)
     settings_ = settings;
     const QString clientId = settings.effectiveClientId();
     prefix_ = MqttMessages::prefix(settings.topic, clientId);
-    MqttLink::Config c;
-    c.host = settings.host;
-    c.port = settings.effectivePort();
     // Each process connects under its own id, so two stations that share a
     // name don't keep taking the connection from each other.
-    c.clientId = QStringLiteral("%1-%2").arg(clientId).arg(QCoreApplication::applicationPid());
-    c.user = settings.user;
-    c.password = settings.password;
-    c.caFile = settings.caFile;
+    MqttLink::Config c = MqttLink::configFor(
+        settings, QStringLiteral("%1-%2").arg(clientId).arg(QCoreApplication::applicationPid()));
     c.statusTopic = MqttMessages::statusTopic(settings.topic, clientId);
     QString why;
     if (!link_.start(c, &why)) {
